@@ -1,0 +1,87 @@
+// The exported interface: defaults, and the library's dynamic symbol table.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <set>
+#include <string>
+
+#include "hdr_tm.h"
+
+namespace {
+
+TEST(Defaults, StoreBuiltInValuesAndLeaveTheRest) {
+    TMParams p;
+    std::memset(&p, 0xA5, sizeof(p));
+    set_default_vals(&p);
+    EXPECT_EQ(p.panel_max_luminance, 500);
+    EXPECT_EQ(p.panel_min_luminance, 0.02f);
+    EXPECT_EQ(p.nominal_peak_luminance, 1500.0f);
+    EXPECT_EQ(p.panel_color_mode, SPACE_DCIP3);
+    EXPECT_EQ(p.output_gamma_space, GAMMA_2P2);
+    EXPECT_EQ(p.t0, 0.0005f);
+    EXPECT_EQ(p.slope, 1.15f);
+    EXPECT_EQ(p.intl, 125.0f);
+    EXPECT_EQ(p.pivot, 8.0f);
+    EXPECT_EQ(p.tlower, 0.5f);
+    EXPECT_EQ(p.t1, 0.05f);
+    EXPECT_EQ(p.t2, 0.5f);
+    EXPECT_EQ(p.enableM, 1);
+    EXPECT_EQ(p.linearScale, 0);
+    EXPECT_EQ(p.version, 0u);
+    EXPECT_EQ(p.curve.num_points, 17);
+    EXPECT_EQ(p.curve.points_x[15], 923.0f);
+    EXPECT_EQ(p.curve.points_y[14], 1000.0f);
+    // Fields without a default keep what the caller had.
+    EXPECT_EQ(p.gamut_mode, 0xA5);
+    EXPECT_EQ(p.grid_size, 0xA5);
+    std::uint32_t clip;
+    std::memcpy(&clip, &p.clipLuma, 4);
+    EXPECT_EQ(clip, 0xA5A5A5A5u);
+}
+
+TEST(Globals, AreZeroAtLoad) {
+    static const TMParams zero{};
+    if (g_params_ready == 0) {
+        EXPECT_EQ(std::memcmp(&g_params, &zero, sizeof(zero)), 0);
+    }
+}
+
+std::set<std::string> readLines(const std::string& path) {
+    std::set<std::string> lines;
+    std::ifstream in(path);
+    for (std::string line; std::getline(in, line);) {
+        if (!line.empty() && line[0] != '#') lines.insert(line);
+    }
+    return lines;
+}
+
+// Every exported name with its exact C++ signature is present, and nothing
+// internal leaks out of the shared library.
+TEST(SharedLibrary, ExportsExactlyTheInterface) {
+    std::string command = std::string("nm -D --defined-only -C '") + HDRTM_SHARED_LIBRARY + "'";
+    FILE* pipe = popen(command.c_str(), "r");
+    ASSERT_NE(pipe, nullptr);
+    std::set<std::string> exported;
+    char buffer[1024];
+    while (std::fgets(buffer, sizeof(buffer), pipe) != nullptr) {
+        std::string line(buffer);
+        if (!line.empty() && line.back() == '\n') line.pop_back();
+        // "<address> <type> <name>"
+        size_t first = line.find(' ');
+        size_t second = line.find(' ', first + 1);
+        if (first == std::string::npos || second == std::string::npos) continue;
+        char type = line[first + 1];
+        if (type == 'A') continue;  // version nodes
+        exported.insert(line.substr(second + 1));
+    }
+    ASSERT_EQ(pclose(pipe), 0);
+
+    std::set<std::string> expected = readLines(std::string(HDRTM_TEST_DATA_DIR) + "/exported_symbols.txt");
+    ASSERT_FALSE(expected.empty());
+    for (const std::string& name : expected) EXPECT_TRUE(exported.count(name)) << "missing: " << name;
+    for (const std::string& name : exported) EXPECT_TRUE(expected.count(name)) << "leaked: " << name;
+}
+
+}  // namespace

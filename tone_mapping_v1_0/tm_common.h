@@ -1,0 +1,53 @@
+// Helpers shared by every stage of the engine: logging, the NaN-passing clamp,
+// the float-to-code conversion and the sample-plane geometry.
+#pragma once
+
+#include <android/log.h>
+
+#include <cstdint>
+
+namespace hdrtm {
+
+constexpr const char* kLogTag = "LIBHDR_TM";
+
+#define HDRTM_LOGE(...) __android_log_print(ANDROID_LOG_ERROR, ::hdrtm::kLogTag, __VA_ARGS__)
+#define HDRTM_LOGI(...) __android_log_print(ANDROID_LOG_INFO, ::hdrtm::kLogTag, __VA_ARGS__)
+
+constexpr int kPlaneCount = 3;
+constexpr int kLutPoints = 17 * 17 * 17;  // 4913 samples a plane
+
+// Clamp to [0, 1] that replaces only values below 0 or above 1: NaN passes.
+inline float clampUnitKeepNaN(float v) {
+    if (v < 0.0f) return 0.0f;
+    if (v > 1.0f) return 1.0f;
+    return v;
+}
+
+// Float to unsigned 32-bit code as the 64-bit Arm target converts it:
+// truncation toward zero, NaN and negatives give 0, 2^32 and above saturate.
+// On x86-64 a plain cast is undefined for those values, so spell it out.
+inline uint32_t floatToUint32(float v) {
+    if (!(v > 0.0f)) return 0u;                 // NaN, zero, negatives
+    if (v >= 4294967296.0f) return 0xFFFFFFFFu;
+    return static_cast<uint32_t>(v);
+}
+
+// Float to signed 32-bit table index by truncation toward zero (Arm rules:
+// NaN gives 0, out-of-range saturates). Callers keep codes within 0..1023.
+inline int32_t floatToInt32(float v) {
+    if (v != v) return 0;
+    if (v >= 2147483648.0f) return INT32_MAX;
+    if (v < -2147483648.0f) return INT32_MIN;
+    return static_cast<int32_t>(v);
+}
+
+}  // namespace hdrtm
+
+#include <bit>
+
+namespace hdrtm {
+
+// A float constant given by its IEEE-754 bit pattern.
+constexpr float floatFromBits(uint32_t bits) { return std::bit_cast<float>(bits); }
+
+}  // namespace hdrtm

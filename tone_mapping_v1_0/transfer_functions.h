@@ -1,0 +1,40 @@
+// Transfer functions: decode tables and the encoders shared by the exported
+// transfer functions and the LUT pipelines.
+#pragma once
+
+#include <cstdint>
+
+#include "tm_common.h"
+
+namespace hdrtm {
+
+constexpr int kDecodeTableSize = 1024;  // entry i belongs to the signal i/1023
+
+// Decode tables, built once and shared by every user.
+// PQ: ST 2084 EOTF, 1.0 = 10000 cd/m2; entries 66..1023 rounded to six
+// decimals, 1..65 to fifteen.
+extern const double kPqDecodeTable[kDecodeTableSize];
+// HLG: BT.2100 inverse OETF, scene light in [0, 1], six decimals.
+extern const double kHlgDecodeTable[kDecodeTableSize];
+// sRGB EOTF, six decimals.
+extern const double kSrgbDecodeTable[kDecodeTableSize];
+// BT.709 inverse OETF, six decimals.
+extern const double kBt709DecodeTable[kDecodeTableSize];
+
+// Replaces each of `count` samples of the three planes (R, then G, then B) by
+// table[trunc(v)] as a float: the planes hold integral 10-bit codes. No
+// bounds check; callers keep codes within 0..1023.
+void decodeCodesThroughTable(const double* table, float** planes, unsigned int count);
+
+// Power 1/2.2 encoding exponent: the float quotient 1.0f/2.2f, one unit in the
+// last place below the float nearest to 1/2.2. Kept as it is.
+constexpr float kGamma2p2EncodeExponent = floatFromBits(0x3EE8BA2E);
+
+// sRGB encoding of linear L in [0, 1] (IEC 61966-2-1).
+float srgbEncode(float linear);
+// BT.709 OETF of linear L in [0, 1].
+float bt709Encode(float linear);
+// HLG OETF of scene light already multiplied by 12 (so the knee is at 1.0).
+float hlgEncodeTimes12(float sceneTimes12);
+
+}  // namespace hdrtm
