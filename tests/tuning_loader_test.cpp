@@ -1,0 +1,306 @@
+// The tuning-file loader against crafted files.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include <unistd.h>
+
+#include <android/log.h>
+
+#include "hdr_playback.h"
+#include "hdr_tm_xml.h"
+#include "log_capture.h"
+
+namespace {
+
+constexpr unsigned char kSentinel = 0x5A;
+
+class TuningLoader : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::memset(&params_, kSentinel, sizeof(params_));
+        std::memset(&pcc_, kSentinel, sizeof(pcc_));
+        params_.pcc = &pcc_;
+        char name[] = "/tmp/hdrtm_tuning_XXXXXX";
+        int fd = mkstemp(name);
+        ASSERT_GE(fd, 0);
+        close(fd);
+        path_ = name;
+    }
+    void TearDown() override { std::remove(path_.c_str()); }
+
+    int load(const std::string& xml) {
+        std::ofstream(path_, std::ios::binary) << xml;
+        return HDR_load_tone_mapping_xml(path_.c_str(), &params_);
+    }
+    // A file whose root holds `body`.
+    int loadBody(const std::string& body, const std::string& rootAttributes = "") {
+        return load("<hdr_lib" + rootAttributes + ">" + body + "</hdr_lib>");
+    }
+    bool untouched() const {
+        TMParams expected;
+        std::memset(&expected, kSentinel, sizeof(expected));
+        expected.pcc = const_cast<PccCoefficients*>(&pcc_);
+        return std::memcmp(&expected, &params_, sizeof(params_)) == 0;
+    }
+
+    TMParams params_;
+    PccCoefficients pcc_;
+    std::string path_;
+};
+
+std::string points(int xCount, int yCount, int xStart = 0) {
+    std::string body = "<tone_map><points>";
+    for (int i = 0; i < xCount; ++i) body += "<x>" + std::to_string(xStart + i * 10) + "</x>";
+    for (int i = 0; i < yCount; ++i) body += "<y>" + std::to_string(i * 20) + "</y>";
+    return body + "</points></tone_map>";
+}
+
+void expectDefaultPoints(const TMParams& p) {
+    EXPECT_EQ(p.curve.num_points, 17);
+    for (int i = 0; i < 17; ++i) {
+        EXPECT_EQ(p.curve.points_x[i], hdrtm::kDefaultToneCurve.points_x[i]) << i;
+        EXPECT_EQ(p.curve.points_y[i], hdrtm::kDefaultToneCurve.points_y[i]) << i;
+    }
+}
+
+TEST_F(TuningLoader, EmptyRootGivesEveryFallback) {
+    ASSERT_EQ(loadBody(""), 0);
+    EXPECT_EQ(params_.version, 0u);
+    EXPECT_EQ(params_.panel_min_luminance, 0.001f);
+    EXPECT_EQ(params_.panel_max_luminance, 800);
+    EXPECT_EQ(params_.nominal_peak_luminance, 1500.0f);
+    EXPECT_EQ(params_.panel_color_mode, SPACE_SRGB);
+    EXPECT_EQ(params_.output_gamma_space, GAMMA_2P2);
+    EXPECT_EQ(params_.output_gamma_val, 2.2f);
+    EXPECT_EQ(params_.t0, 0.01f);
+    EXPECT_EQ(params_.sharp, 2.0f);
+    EXPECT_EQ(params_.slope, 1.0f);
+    EXPECT_EQ(params_.intl, 24.0f);
+    EXPECT_EQ(params_.inth, 275.0f);
+    EXPECT_EQ(params_.pivot, 1000.0f);
+    EXPECT_EQ(params_.LinearBoost, 1.0f);
+    EXPECT_EQ(params_.bright_enable, 0);
+    EXPECT_EQ(params_.tlower, 0.05f);
+    EXPECT_EQ(params_.tupper, 400.0f);
+    EXPECT_EQ(params_.sysGamma, 1.0f);
+    EXPECT_EQ(params_.sat_enable, 0);
+    EXPECT_EQ(params_.t1, 0.005f);
+    EXPECT_EQ(params_.t2, 0.05f);
+    EXPECT_EQ(params_.kmax, 1.2f);
+    EXPECT_EQ(params_.enableM, 1);
+    EXPECT_EQ(params_.linearScale, 0);
+    EXPECT_EQ(params_.fixedClip, 1);
+    EXPECT_EQ(params_.clipLuma, 1000.0f);
+    EXPECT_EQ(params_.fixedRatio, 1);
+    EXPECT_EQ(params_.scaleStart, 1000.0f);
+    EXPECT_EQ(params_.ratio, 1.0f);
+    EXPECT_EQ(params_.pcc, nullptr);  // no panel_pcc: correction off for this tuning
+    expectDefaultPoints(params_);
+    // Fields the file does not set are left alone.
+    EXPECT_EQ(params_.gamut_mode, kSentinel);
+    EXPECT_EQ(params_.grid_size, kSentinel);
+}
+
+TEST_F(TuningLoader, ExampleFileIsReadInFull) {
+    ASSERT_EQ(HDR_load_tone_mapping_xml(HDRTM_TEST_DATA_DIR "/../../tools/example_tuning.xml",
+                                        &params_), 0);
+    EXPECT_EQ(params_.version, 1u);
+    EXPECT_EQ(params_.panel_max_luminance, 600);
+    EXPECT_EQ(params_.panel_min_luminance, 0.005f);
+    EXPECT_EQ(params_.nominal_peak_luminance, 1000.0f);
+    EXPECT_EQ(params_.panel_color_mode, SPACE_DCIP3);
+    EXPECT_EQ(params_.bright_enable, 1);
+    EXPECT_EQ(params_.sat_enable, 1);
+    EXPECT_EQ(params_.tlower, 0.05f);  // absent child of a present group
+    expectDefaultPoints(params_);
+}
+
+TEST_F(TuningLoader, VersionIsTwoOnlyForExactly2Point0) {
+    LogCapture log;
+    ASSERT_EQ(loadBody("", " version=\"2.0\""), 0);
+    EXPECT_EQ(params_.version, 1u);
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].priority, ANDROID_LOG_ERROR);
+    EXPECT_EQ(log.lines()[0].tag, "LIBHDR_TM");
+    EXPECT_EQ(log.lines()[0].text, "HDR_load_tone_mapping_xml:tm->version= 1\n");
+    for (const char* other : {"2.00", "2", "1.0", " 2.0", ""}) {
+        ASSERT_EQ(loadBody("", std::string(" version=\"") + other + "\""), 0);
+        EXPECT_EQ(params_.version, 0u) << other;
+    }
+}
+
+TEST_F(TuningLoader, ColorSpaceNamesAreExact) {
+    const std::pair<const char*, HDR_COLOR_SPACE> cases[] = {
+        {"sRGB", SPACE_SRGB},  {"BT709", SPACE_BT709},   {"ADOBE", SPACE_ADOBE},
+        {"DCIP3", SPACE_DCIP3}, {"BT2020", SPACE_BT2020}, {"dcip3", SPACE_SRGB},
+        {"P3", SPACE_SRGB},     {"", SPACE_SRGB}};
+    for (const auto& [name, value] : cases) {
+        ASSERT_EQ(loadBody(std::string("<panel_color_mode>") + name + "</panel_color_mode>"), 0);
+        EXPECT_EQ(params_.panel_color_mode, value) << name;
+    }
+}
+
+TEST_F(TuningLoader, GammaSpaceNamesAndCustomExponent) {
+    const std::pair<const char*, OUTPUT_GAMMA_SPACE> cases[] = {
+        {"linear", GAMMA_LINEAR}, {"BT709", GAMMA_BT709}, {"sRGB", GAMMA_SRGB},
+        {"2p2", GAMMA_2P2},       {"2d2", GAMMA_2P2},     {"custom", GAMMA_CUSTOM},
+        {"2.2", GAMMA_LINEAR},    {"Linear", GAMMA_LINEAR}};
+    for (const auto& [name, value] : cases) {
+        ASSERT_EQ(loadBody(std::string("<output_gamma_space><space>") + name +
+                           "</space><val>2.4</val></output_gamma_space>"), 0);
+        EXPECT_EQ(params_.output_gamma_space, value) << name;
+        EXPECT_EQ(params_.output_gamma_val, 2.4f);
+    }
+    ASSERT_EQ(loadBody("<output_gamma_space><val>1.8</val></output_gamma_space>"), 0);
+    EXPECT_EQ(params_.output_gamma_space, GAMMA_2P2);
+    EXPECT_EQ(params_.output_gamma_val, 1.8f);
+}
+
+TEST_F(TuningLoader, IntegersTruncateToTheFieldWidth) {
+    ASSERT_EQ(loadBody("<panel_max_luminance>70000</panel_max_luminance>"
+                       "<bright><enable>256</enable></bright>"
+                       "<sat><enable>-1</enable></sat>"
+                       "<upper><enableM>257</enableM><fixedClip>0</fixedClip></upper>"), 0);
+    EXPECT_EQ(params_.panel_max_luminance, 4464);
+    EXPECT_EQ(params_.bright_enable, 0);
+    EXPECT_EQ(params_.sat_enable, 255);
+    EXPECT_EQ(params_.enableM, 1);
+    EXPECT_EQ(params_.fixedClip, 0);
+}
+
+TEST_F(TuningLoader, TextsThatDoNotConvertKeepTheFallback) {
+    ASSERT_EQ(loadBody("<panel_max_luminance>bright</panel_max_luminance>"
+                       "<panel_min_luminance></panel_min_luminance>"
+                       "<tone_map_curve_control><t0>zero</t0><sharp>inf</sharp>"
+                       "<slope>nan</slope><pivot>1e60</pivot>"
+                       "</tone_map_curve_control>"), 0);
+    EXPECT_EQ(params_.panel_max_luminance, 800);
+    EXPECT_EQ(params_.panel_min_luminance, 0.001f);
+    EXPECT_EQ(params_.t0, 0.01f);
+    // Texts the float conversion accepts are stored as read.
+    EXPECT_TRUE(std::isinf(params_.sharp));
+    EXPECT_TRUE(std::isnan(params_.slope));
+    EXPECT_TRUE(std::isinf(params_.pivot));
+}
+
+TEST_F(TuningLoader, PanelPccRowsAndTheirFallbacks) {
+    ASSERT_EQ(loadBody("<panel_pcc>"
+                       "<r><c>0.01</c><r>0.9</r><g>0.05</g><b>0.02</b><rr>0.1</rr><gg>0.2</gg>"
+                       "<bb>0.3</bb><rg>0.4</rg><gb>0.5</gb><rb>0.6</rb><rgb>0.7</rgb></r>"
+                       "<g><g>0.95</g></g>"
+                       "</panel_pcc>"), 0);
+    ASSERT_EQ(params_.pcc, &pcc_);
+    EXPECT_EQ(pcc_.reserved, 0.0);
+    const float full[kPccTermCount] = {0.01f, 0.9f, 0.05f, 0.02f, 0.1f, 0.2f,
+                                       0.3f,  0.4f, 0.5f,  0.6f,  0.7f};
+    for (int t = 0; t < kPccTermCount; ++t) {
+        EXPECT_EQ(pcc_.row[0][t], static_cast<double>(full[t])) << t;
+    }
+    // A partial row falls back to 1.0 for every first-order term: not an identity.
+    const double partial[kPccTermCount] = {0, 1.0, static_cast<double>(0.95f), 1.0, 0, 0, 0, 0, 0, 0, 0};
+    for (int t = 0; t < kPccTermCount; ++t) EXPECT_EQ(pcc_.row[1][t], partial[t]) << t;
+    // A missing channel stays all zero.
+    for (int t = 0; t < kPccTermCount; ++t) EXPECT_EQ(pcc_.row[2][t], 0.0) << t;
+}
+
+TEST_F(TuningLoader, PanelPccIsSkippedWithoutABlock) {
+    params_.pcc = nullptr;
+    ASSERT_EQ(loadBody("<panel_pcc><r><c>1</c></r></panel_pcc>"), 0);
+    EXPECT_EQ(params_.pcc, nullptr);
+    unsigned char bytes[sizeof(pcc_)];
+    std::memset(bytes, kSentinel, sizeof(bytes));
+    EXPECT_EQ(std::memcmp(bytes, &pcc_, sizeof(pcc_)), 0);
+}
+
+TEST_F(TuningLoader, SeventeenPointsAreStored) {
+    ASSERT_EQ(loadBody(points(17, 17)), 0);
+    EXPECT_EQ(params_.curve.num_points, 17);
+    for (int i = 0; i < 17; ++i) {
+        EXPECT_EQ(params_.curve.points_x[i], static_cast<float>(i * 10));
+        EXPECT_EQ(params_.curve.points_y[i], static_cast<float>(i * 20));
+    }
+    // Spare slots are not written.
+    uint32_t spare;
+    std::memcpy(&spare, &params_.curve.points_x[17], 4);
+    EXPECT_EQ(spare, 0x5A5A5A5Au);
+}
+
+TEST_F(TuningLoader, ExtraPointsAreCountedButNotCopied) {
+    for (int count : {20, 24, 30}) {
+        ASSERT_EQ(loadBody(points(count, 17)), 0);
+        EXPECT_EQ(params_.curve.num_points, count);
+        EXPECT_EQ(params_.curve.points_x[16], 160.0f);
+    }
+    ASSERT_EQ(loadBody(points(4000, 4000)), 0);  // thousands of points
+    EXPECT_EQ(params_.curve.num_points, 4000);
+}
+
+TEST_F(TuningLoader, TooFewPointsMeanTheBuiltInCurve) {
+    for (const std::string& body : {points(16, 17), points(17, 16), points(0, 0),
+                                    std::string("<tone_map/>"),
+                                    std::string("<tone_map><x>1</x></tone_map>")}) {
+        std::memset(&params_.curve, kSentinel, sizeof(params_.curve));
+        ASSERT_EQ(loadBody(body), 0);
+        expectDefaultPoints(params_);
+    }
+}
+
+TEST_F(TuningLoader, InputCodesAreClampedOutputCodesKept) {
+    std::string body = "<tone_map><points><x>-5</x><x>abc</x>";
+    for (int i = 2; i < 16; ++i) body += "<x>" + std::to_string(i * 60) + "</x>";
+    body += "<x>5000</x>";
+    body += "<y>-3</y>";
+    for (int i = 1; i < 16; ++i) body += "<y>" + std::to_string(i) + "</y>";
+    body += "<y>2000</y></points></tone_map>";
+    ASSERT_EQ(loadBody(body), 0);
+    EXPECT_EQ(params_.curve.points_x[0], 0.0f);
+    EXPECT_EQ(params_.curve.points_x[1], 0.0f);  // not a number reads as 0
+    EXPECT_EQ(params_.curve.points_x[16], 1023.0f);
+    EXPECT_EQ(params_.curve.points_y[0], -3.0f);
+    EXPECT_EQ(params_.curve.points_y[16], 2000.0f);
+}
+
+TEST_F(TuningLoader, BadFilesFailAndLeaveTheRecordUntouched) {
+    const char* bad[] = {
+        "",                                           // empty
+        "<hdr_lib><panel_max_luminance>600",           // truncated
+        "this is not XML",                             // not XML
+        "<hdr_config><panel_max_luminance>600</panel_max_luminance></hdr_config>",  // wrong root
+        "\xff\xfe<\x00h\x00",                          // binary noise
+    };
+    for (const char* xml : bad) {
+        EXPECT_EQ(load(xml), -1) << xml;
+        EXPECT_TRUE(untouched()) << xml;
+    }
+    std::string deep;
+    for (int i = 0; i < 5000; ++i) deep += "<a>";
+    EXPECT_EQ(load("<hdr_lib>" + deep + "</hdr_lib>"), -1);  // nesting too deep to parse
+    EXPECT_TRUE(untouched());
+
+    EXPECT_EQ(HDR_load_tone_mapping_xml("/nonexistent/hdr.xml", &params_), -1);
+    EXPECT_EQ(HDR_load_tone_mapping_xml("/tmp", &params_), -1);  // a directory
+    EXPECT_EQ(HDR_load_tone_mapping_xml(nullptr, &params_), -1);
+    EXPECT_EQ(HDR_load_tone_mapping_xml(path_.c_str(), nullptr), -1);
+    EXPECT_TRUE(untouched());
+}
+
+TEST_F(TuningLoader, OnlyTheFirstElementOfANameCounts) {
+    ASSERT_EQ(loadBody("<panel_max_luminance>700</panel_max_luminance>"
+                       "<panel_max_luminance>900</panel_max_luminance>"), 0);
+    EXPECT_EQ(params_.panel_max_luminance, 700);
+}
+
+TEST(TuningConversions, AsReturnsTheFallbackForANullElement) {
+    EXPECT_EQ(tinyxml2::as<int>(nullptr, 7), 7);
+    EXPECT_EQ(tinyxml2::as<float>(nullptr, 2.5f), 2.5f);
+    auto names = HDRXml::InitMap<HDR_COLOR_SPACE>("DCIP3", SPACE_DCIP3);
+    ASSERT_EQ(names.size(), 1u);
+    EXPECT_EQ(names.at("DCIP3"), SPACE_DCIP3);
+}
+
+}  // namespace
