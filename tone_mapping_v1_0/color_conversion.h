@@ -25,6 +25,10 @@ extern const Matrix3 kXyzToRgb[kPrimariesCount];
 constexpr float kBt2020LumaR = 0.2627f;
 constexpr float kBt2020LumaG = 0.678f;
 constexpr float kBt2020LumaB = 0.0593f;
+// BT.709 luminance weights: the Y row of the BT.709 RGB-to-XYZ matrix.
+constexpr float kBt709LumaR = 0.212639f;
+constexpr float kBt709LumaG = 0.715169f;
+constexpr float kBt709LumaB = 0.072192f;
 
 // D65 white ratios X/Y and Z/Y.
 constexpr float kD65XOverY = 0.9505f;

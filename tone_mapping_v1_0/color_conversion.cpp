@@ -1,0 +1,140 @@
+// Colour conversion: the primaries and XYZ matrix tables, RGB/XYZ/Lab
+// conversions over sample planes, gamut mapping to the panel and the panel's
+// polynomial colour correction.
+#include "color_conversion.h"
+
+namespace hdrtm {
+
+// Linear RGB to linear RGB, D65, rows give output R, G, B. Rounded published
+// values (four decimals, BT.2020 to BT.709 six), not exact inverses of each
+// other; stored as written, never recomputed from primaries.
+const Matrix3 kPrimariesConversion[6] = {
+    // BT709_TO_BT2020
+    {{0.6274f, 0.3293f, 0.0433f}, {0.0691f, 0.9195f, 0.0114f}, {0.0164f, 0.0880f, 0.8956f}},
+    // BT2020_TO_BT709
+    {{1.660363f, -0.587540f, -0.072823f},
+     {-0.124564f, 1.132911f, -0.008348f},
+     {-0.018157f, -0.100602f, 1.118758f}},
+    // ADOBE_TO_BT2020
+    {{0.8773f, 0.0775f, 0.0452f}, {0.0966f, 0.8915f, 0.0119f}, {0.0229f, 0.0430f, 0.9340f}},
+    // BT2020_TO_ADOBE
+    {{1.1520f, -0.0975f, -0.0545f}, {-0.1246f, 1.1329f, -0.0083f}, {-0.0225f, -0.0498f, 1.0723f}},
+    // P3_TO_BT2020
+    {{0.7538f, 0.1986f, 0.0476f}, {0.0457f, 0.9418f, 0.0125f}, {-0.0012f, 0.0176f, 0.9836f}},
+    // BT2020_TO_P3
+    {{1.3436f, -0.2822f, -0.0614f}, {-0.0653f, 1.0758f, -0.0105f}, {0.0028f, -0.0196f, 1.0168f}},
+};
+
+// Linear RGB to CIE XYZ (D65), rows X, Y, Z, by primaries index. The Y rows of
+// BT.709 and BT.2020 are the engine's luminance weights.
+const Matrix3 kRgbToXyz[kPrimariesCount] = {
+    // sRGB / BT.709
+    {{0.412391f, 0.357584f, 0.180481f},
+     {kBt709LumaR, kBt709LumaG, kBt709LumaB},
+     {0.019331f, 0.119195f, 0.950532f}},
+    // Adobe RGB (1998)
+    {{0.576669f, 0.185558f, 0.188229f},
+     {0.297345f, 0.627364f, 0.075291f},
+     {0.027031f, 0.070689f, 0.991338f}},
+    // Display P3 (D65)
+    {{0.486570f, 0.265670f, 0.198220f},
+     {0.228970f, 0.691740f, 0.079290f},
+     {0.000000f, 0.045110f, 1.043940f}},
+    // BT.2020
+    {{0.636960f, 0.144620f, 0.168880f},
+     {kBt2020LumaR, kBt2020LumaG, kBt2020LumaB},
+     {0.000000f, 0.028070f, 1.060990f}},
+};
+
+// CIE XYZ (D65) to linear RGB, rows R, G, B, by primaries index.
+const Matrix3 kXyzToRgb[kPrimariesCount] = {
+    // sRGB / BT.709
+    {{3.240970f, -1.537383f, -0.498611f},
+     {-0.969244f, 1.875968f, 0.041555f},
+     {0.055630f, -0.203977f, 1.056972f}},
+    // Adobe RGB (1998)
+    {{2.041588f, -0.565007f, -0.344731f},
+     {-0.969244f, 1.875968f, 0.041555f},
+     {0.013444f, -0.118362f, 1.015175f}},
+    // Display P3 (D65)
+    {{2.493497f, -0.931384f, -0.402711f},
+     {-0.829489f, 1.762664f, 0.023625f},
+     {0.035846f, -0.076172f, 0.956885f}},
+    // BT.2020
+    {{1.716651f, -0.355671f, -0.253366f},
+     {-0.666684f, 1.616481f, 0.015769f},
+     {0.017640f, -0.042771f, 0.942103f}},
+};
+
+namespace {
+
+// A matrix copied by value into a stage's locals, so the nine coefficients
+// stay in registers while the loop writes the planes.
+struct MatrixLocals {
+    float m[3][3];
+};
+
+MatrixLocals loadMatrix(const Matrix3& table) {
+    MatrixLocals local;
+    for (int row = 0; row < 3; ++row) {
+        for (int column = 0; column < 3; ++column) local.m[row][column] = table[row][column];
+    }
+    return local;
+}
+
+// One row of a matrix product, in the engine's order: (m0*a + m1*b) + m2*c.
+inline float rowTimes(const float (&row)[3], float a, float b, float c) {
+    return row[0] * a + row[1] * b + row[2] * c;
+}
+
+}  // namespace
+
+void applyMatrix(const Matrix3& m, float* const* in, float* const* out, unsigned int count) {
+    const MatrixLocals k = loadMatrix(m);
+    float* const in0 = in[0];
+    float* const in1 = in[1];
+    float* const in2 = in[2];
+    float* const out0 = out[0];
+    float* const out1 = out[1];
+    float* const out2 = out[2];
+    for (unsigned int i = 0; i < count; ++i) {
+        const float a = in0[i];
+        const float b = in1[i];
+        const float c = in2[i];
+        out0[i] = rowTimes(k.m[0], a, b, c);
+        out1[i] = rowTimes(k.m[1], a, b, c);
+        out2[i] = rowTimes(k.m[2], a, b, c);
+    }
+}
+
+void replaceLuminanceToBt2020(const float* lumaBefore, const float* lumaAfter, float* const* xyz,
+                              float* const* rgb, unsigned int count) {
+    const MatrixLocals k = loadMatrix(kXyzToRgb[kPrimariesBt2020]);
+    const float* const planeX = xyz[0];
+    const float* const planeY = xyz[1];
+    const float* const planeZ = xyz[2];
+    float* const outR = rgb[0];
+    float* const outG = rgb[1];
+    float* const outB = rgb[2];
+    for (unsigned int i = 0; i < count; ++i) {
+        float x = planeX[i];
+        float y = planeY[i];
+        float z = planeZ[i];
+        if (y == 0.0f) {
+            // Zero luminance: a D65 neutral of that luminance, whatever the
+            // luminance planes say.
+            x = y * kD65XOverY;
+            z = y * kD65ZOverY;
+        } else {
+            const float ratio = lumaAfter[i] / lumaBefore[i];
+            x = x * ratio;
+            y = y * ratio;
+            z = z * ratio;
+        }
+        outR[i] = clampUnitKeepNaN(rowTimes(k.m[0], x, y, z));
+        outG[i] = clampUnitKeepNaN(rowTimes(k.m[1], x, y, z));
+        outB[i] = clampUnitKeepNaN(rowTimes(k.m[2], x, y, z));
+    }
+}
+
+}  // namespace hdrtm
