@@ -1,0 +1,176 @@
+// The colour-manager exchange and the LUT output formats: layer-LUT packing,
+// the checksum, the hardware payload, and the simulator's view of acquire,
+// PCC read, push and release.
+#include <gtest/gtest.h>
+#include <krel/color_manager_sim.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "../tone_mapping_v1_0/hdr_playback.h"
+#include "log_capture.h"
+
+namespace {
+
+using krel::sim::Call;
+constexpr unsigned kCount = 17 * 17 * 17;
+// Non-uniform grid positions in 12-bit hardware coordinates.
+constexpr uint32_t kGrid12[17] = {0,    248,  492,  741,  1017, 1233, 1546, 1806, 1930,
+                                  2054, 2178, 2302, 2426, 2550, 2675, 3696, 4096};
+
+class Exchange : public ::testing::Test {
+protected:
+    void SetUp() override { krel::sim::Reset(); }
+    void TearDown() override { hdrtm::releaseManager(); }
+    void set(unsigned k, float r, float g, float b) { r_[k] = r, g_[k] = g, b_[k] = b; }
+    std::vector<float> r_ = std::vector<float>(kCount), g_ = r_, b_ = r_;
+    float* planes_[3] = {r_.data(), g_.data(), b_.data()};
+    LogCapture log_;
+};
+
+TEST_F(Exchange, PackKeepsTopTwoBitsAndWrapsThroughTheMask) {
+    std::vector<uint32_t> lut(kCount, 0xFFFFFFFFu);
+    lut[1] = 0x40000000u;
+    set(1, 1023.9f, 1024.0f, 1500.0f);  // 1023; 1024 wraps to 0; 1500 wraps to 476
+    set(2, -3.0f, NAN, 5e9f);           // 0; 0; saturated then masked to 1023
+    hdrtm::packLayerLut(planes_, lut.data(), 17, 0);
+    EXPECT_EQ(lut[0], 0xC0000000u);
+    EXPECT_EQ(lut[1], 0x40000000u | 1023u | (476u << 20));
+    EXPECT_EQ(lut[2], 0xC0000000u | (1023u << 20));
+    std::fill(lut.begin(), lut.end(), 0xFFFFFFFFu);
+    for (unsigned k = 0; k < kCount; ++k) set(k, k % 1024 + 0.75f, (k * 7) % 1024, k / 5 % 1024);
+    const uint32_t sum = hdrtm::packLayerLut(planes_, lut.data(), 17, 0);
+    for (unsigned k = 0; k < kCount; ++k) {
+        ASSERT_EQ(lut[k], 0xC0000000u | (k % 1024) | ((k * 7) % 1024) << 10 | (k / 5 % 1024) << 20);
+    }
+    EXPECT_EQ(sum, hdrtm::lutChecksum(planes_, kCount, 0));
+}
+
+TEST_F(Exchange, ChecksumAddsBlueAsAFloatAndWraps) {
+    EXPECT_EQ(hdrtm::checksumTerm(1.9f, 2.9f, 0.6f), 3u);    // 3.0 + 0.6
+    EXPECT_EQ(hdrtm::checksumTerm(3.2f, 0.0f, -0.5f), 2u);   // 3.0 - 0.5, not 3
+    EXPECT_EQ(hdrtm::checksumTerm(-7.0f, NAN, 0.0f), 0u);
+    set(0, 1.9f, 2.9f, 0.6f);
+    set(1, 3.2f, 0.0f, -0.5f);
+    EXPECT_EQ(hdrtm::lutChecksum(planes_, kCount, 0xFFFFFFFFu), 4u);
+    EXPECT_EQ(hdrtm::packLayerLut(planes_, nullptr, 17, 10), 15u);  // no buffer: sums only
+}
+
+TEST_F(Exchange, PayloadCarriesTruncatedOutputsAndOptionalInputs) {
+    auto record = std::make_unique<hdrtm::HardwareLutRecord>();
+    hdrtm::HardwareLutRequest request;
+    std::memset(record.get(), 0xFF, sizeof(*record));
+    for (unsigned k = 0; k < kCount; ++k) set(k, k * 0.5f, -1.0f, 4095.99f);
+    hdrtm::buildLutPayload(planes_, nullptr, true, record.get(), &request);
+    EXPECT_EQ(request.one, 1u);
+    EXPECT_EQ(request.zero, 0u);
+    EXPECT_EQ(request.record, record.get());
+    EXPECT_EQ(request.tail, 0u);
+    EXPECT_EQ(std::memcmp(record->reserved, "\0\0\0\0\0\0\0\0", 8), 0);
+    EXPECT_EQ(record->uniform, 1u);
+    EXPECT_EQ(record->num_entries, kCount);
+    for (unsigned k = 0; k < kCount; ++k) {
+        const auto& e = record->entries[k];
+        ASSERT_EQ(e.out_r, k / 2);
+        ASSERT_EQ(e.out_g | e.in_r | e.in_g | e.in_b, 0u);
+        ASSERT_EQ(e.out_b, 4095u);
+    }
+    const auto lines = log_.lines();
+    ASSERT_EQ(lines.size(), 200u);
+    EXPECT_EQ(lines[199].text, "Index [199] = R = 99 G = 0 B = 4095");
+    EXPECT_EQ(lines[199].priority, ANDROID_LOG_ERROR);
+
+    log_.clear();
+    hdrtm::buildLutPayload(planes_, kGrid12, false, record.get(), &request);
+    EXPECT_EQ(record->uniform, 0u);
+    for (unsigned k = 0; k < kCount; ++k) {
+        const auto& e = record->entries[k];
+        ASSERT_EQ(e.in_r, kGrid12[k % 17]);
+        ASSERT_EQ(e.in_g, kGrid12[k / 17 % 17]);
+        ASSERT_EQ(e.in_b, kGrid12[k / 289]);
+    }
+    EXPECT_EQ(record->entries[16].in_r, 4096u);  // one past the 12-bit maximum
+    EXPECT_EQ(record->entries[17].in_g, 248u);
+    const auto grid = log_.lines();
+    ASSERT_EQ(grid.size(), 17u);
+    EXPECT_EQ(grid[16].text, "sampling grid R = 4096 G = 0 B = 0");
+    EXPECT_EQ(grid[16].priority, ANDROID_LOG_INFO);
+}
+
+TEST_F(Exchange, ManagerLifeAsTheSimulatorSeesIt) {
+    hdrtm::acquireManager();
+    hdrtm::acquireManager();  // held: no second acquisition
+    ASSERT_TRUE(hdrtm::managerHeld());
+    auto record = std::make_unique<hdrtm::HardwareLutRecord>();
+    hdrtm::HardwareLutRequest request;
+    set(5, 12.0f, 34.0f, 56.0f);
+    hdrtm::buildLutPayload(planes_, nullptr, false, record.get(), &request);
+    krel::sim::FailPush(-7);
+    int status = 0;
+    EXPECT_TRUE(hdrtm::pushLut(&request, &status));
+    EXPECT_EQ(status, -7);
+    hdrtm::releaseManager();
+    hdrtm::releaseManager();
+    EXPECT_FALSE(hdrtm::managerHeld());
+    EXPECT_FALSE(hdrtm::pushLut(&request, &status));  // no handle: nothing pushed
+
+    const auto calls = krel::sim::Calls();
+    ASSERT_EQ(calls.size(), 3u);
+    EXPECT_EQ(calls[0].kind, Call::kAcquire);
+    EXPECT_EQ(calls[0].display, 0);
+    EXPECT_EQ(calls[0].panel_name, "generic_panel");
+    EXPECT_EQ(calls[1].kind, Call::kSet);
+    EXPECT_EQ(calls[1].feature, 105u);
+    EXPECT_EQ(calls[1].flags, 0u);
+    EXPECT_EQ(calls[2].kind, Call::kRelease);
+    const auto pushes = krel::sim::Pushes();
+    ASSERT_EQ(pushes.size(), 1u);
+    EXPECT_EQ(pushes[0].request_word0, 1u);
+    ASSERT_EQ(pushes[0].record.size(), sizeof(*record));
+    EXPECT_EQ(std::memcmp(pushes[0].record.data(), record.get(), sizeof(*record)), 0);
+    EXPECT_TRUE(log_.texts().empty());
+}
+
+TEST_F(Exchange, FailedAcquisitionIsLoggedAndLeavesNoHandle) {
+    krel::sim::FailAcquire(true);
+    hdrtm::acquireManager();
+    EXPECT_FALSE(hdrtm::managerHeld());
+    EXPECT_EQ(log_.texts(), std::vector<std::string>{"failed Acquiring ColorManager"});
+}
+
+TEST_F(Exchange, VirtualPccFillsDoublesOneToThirtyThreeAndLogsInTermOrder) {
+    double coefficients[33];
+    for (int i = 0; i < 33; ++i) coefficients[i] = i + 0.25;
+    krel::sim::SetPcc(coefficients);
+    hdrtm::acquireManager();
+    PccCoefficients block;
+    std::memset(&block, 0x5A, sizeof(block));
+    const PccCoefficients untouched = block;
+    krel::sim::FailPccRead(-3);
+    hdrtm::readVirtualPcc(&block);
+    EXPECT_EQ(std::memcmp(&block, &untouched, sizeof(block)), 0);
+    EXPECT_EQ(log_.texts(), std::vector<std::string>{"Failed getting the Virtual PCC"});
+
+    log_.clear();
+    krel::sim::FailPccRead(0);
+    hdrtm::readVirtualPcc(&block);
+    EXPECT_EQ(std::memcmp(&block.reserved, &untouched.reserved, 8), 0);  // never written
+    EXPECT_EQ(std::memcmp(block.row, coefficients, sizeof(coefficients)), 0);
+    const auto lines = log_.lines();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0].text, "PCC index[0] : 1.250000 2.250000 3.250000 7.250000 8.250000 "
+                             "9.250000 4.250000 5.250000 6.250000 10.250000 0.250000");
+    EXPECT_EQ(lines[2].text, "PCC index[2] : 23.250000 24.250000 25.250000 29.250000 30.250000 "
+                             "31.250000 26.250000 27.250000 28.250000 32.250000 22.250000");
+    EXPECT_EQ(lines[2].priority, ANDROID_LOG_ERROR);
+    const auto calls = krel::sim::Calls();
+    ASSERT_EQ(calls.size(), 3u);
+    EXPECT_EQ(calls[2].kind, Call::kGet);
+    EXPECT_EQ(calls[2].feature, 149u);
+    EXPECT_EQ(calls[2].flags, 0u);
+}
+
+}  // namespace
