@@ -1,0 +1,288 @@
+// Transfer functions over sample planes: PQ, HLG, BT.709, sRGB, pure powers
+// and the HLG OOTF. Decoders read the 1024-entry tables of decode_tables.cpp;
+// encoders evaluate their curve in single precision, every product and sum
+// rounded on its own.
+#include "transfer_functions.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "color_conversion.h"
+#include "tm_stages.h"
+
+namespace hdrtm {
+namespace {
+
+// ST 2084 m1 = 2610/16384
+constexpr float kPqM1 = 0.1593017578125f;
+// ST 2084 m2 = 2523/4096 x 128
+constexpr float kPqM2 = 78.84375f;
+// ST 2084 c1 = 3424/4096
+constexpr float kPqC1 = 0.8359375f;
+// ST 2084 c2 = 2413/4096 x 32
+constexpr float kPqC2 = 18.8515625f;
+// ST 2084 c3 = 2392/4096 x 32
+constexpr float kPqC3 = 18.6875f;
+
+// BT.2100 HLG a
+constexpr float kHlgA = 0.17883277f;
+// BT.2100 HLG -b, b = 1 - 4a
+constexpr float kHlgMinusB = -0.28466892f;
+// BT.2100 HLG c = 0.5 - a ln(4a)
+constexpr float kHlgC = 0.55991073f;
+// Scene light is scaled by 12 so that the knee 1/12 becomes 1.0.
+constexpr float kHlgSceneScale = 12.0f;
+constexpr float kHlgKneeTimes12 = 1.0f;
+// Square-root branch: sqrt(12 L) / 2 = sqrt(3 L).
+constexpr float kHlgRootScale = 0.5f;
+
+// BT.709 OETF: linear segment up to and including 0.018, slope 4.5.
+constexpr float kBt709LinearLimit = 0.018f;
+constexpr float kBt709LinearSlope = 4.5f;
+// BT.709 OETF power segment: 1.099 L^0.45 - 0.099.
+constexpr float kBt709Exponent = 0.45f;
+constexpr float kBt709Gain = 1.099f;
+constexpr float kBt709Offset = -0.099f;
+
+// IEC 61966-2-1 sRGB: linear segment up to and including 0.0031308, slope 12.92.
+constexpr float kSrgbLinearLimit = 0.0031308f;
+constexpr float kSrgbLinearSlope = 12.92f;
+// sRGB power segment: 1.055 L^(1/2.4) - 0.055, exponent the float nearest 1/2.4.
+constexpr float kSrgbExponent = 0.41666666f;
+constexpr float kSrgbGain = 1.055f;
+constexpr float kSrgbOffset = -0.055f;
+
+// Power 2.2 decoding exponent.
+constexpr float kGamma2p2DecodeExponent = 2.2f;
+
+// BT.2100 HLG system gamma 1.2 + 0.42 log10(peak / 1000).
+constexpr float kOotfGammaAtReference = 1.2f;
+constexpr float kOotfGammaSlope = 0.42f;
+constexpr float kOotfReferencePeakNits = 1000.0f;
+// Display light is normalised so that 1.0 is 10000 cd/m2 (the PQ range).
+constexpr float kPqPeakNits = 10000.0f;
+
+// A 10-bit code's full-scale value: samples are codes and index the table as they are.
+constexpr unsigned short kCodeInMax = 1023;
+// Table index of a normalised signal: x * 1023, so k/1023 reads entry k.
+constexpr float kTableLastIndex = 1023.0f;
+
+// There are only three planes: a larger plane count converts all three.
+unsigned int planesToConvert(unsigned int planeCount) {
+    return std::min(planeCount, static_cast<unsigned int>(kPlaneCount));
+}
+
+// Shared body of the table decoders, over the first `used` planes: index by
+// truncation toward zero (no rounding, no clamp: callers keep inputs within
+// [0, inMax]), then outScale x the entry as a float. inMax 1 indexes by
+// x * 1023 exactly, since x / 1 is x.
+void decodeThroughTable(const double* table, float** planes, unsigned int count,
+                        unsigned int used, unsigned short inMax, unsigned short outScale) {
+    const float scale = static_cast<float>(outScale);
+    const float max = static_cast<float>(inMax);
+    for (unsigned int c = 0; c < used; ++c) {
+        float* p = planes[c];
+        if (inMax == kCodeInMax) {
+            for (unsigned int i = 0; i < count; ++i) {
+                p[i] = scale * static_cast<float>(table[floatToInt32(p[i])]);
+            }
+        } else {
+            for (unsigned int i = 0; i < count; ++i) {
+                p[i] = scale * static_cast<float>(table[floatToInt32(p[i] / max * kTableLastIndex)]);
+            }
+        }
+    }
+}
+
+// Shared body of the formula encoders: L = x / inScale clamped to [0, 1]
+// (NaN passes), then outScale x encode(L), over the first planeCount planes.
+template <typename Encode>
+void encodePlanes(float** planes, unsigned int count, unsigned int planeCount,
+                  unsigned short inScale, unsigned short outScale, Encode encode) {
+    if (inScale == 0 || planeCount == 0) return;
+    const float in = static_cast<float>(inScale);
+    const float out = static_cast<float>(outScale);
+    const unsigned int used = planesToConvert(planeCount);
+    for (unsigned int c = 0; c < used; ++c) {
+        float* p = planes[c];
+        for (unsigned int i = 0; i < count; ++i) {
+            const float linear = clampUnitKeepNaN(p[i] / in);
+            p[i] = encode(linear) * out;
+        }
+    }
+}
+
+// BT.2020 luminance, summed R, G, B in that order.
+inline float bt2020Luminance(float r, float g, float b) {
+    return (r * kBt2020LumaR + g * kBt2020LumaG) + b * kBt2020LumaB;
+}
+
+float ootfSystemGamma(float peak) {
+    return log10f(peak / kOotfReferencePeakNits) * kOotfGammaSlope + kOotfGammaAtReference;
+}
+
+}  // namespace
+
+void decodeCodesThroughTable(const double* table, float** planes, unsigned int count) {
+    decodeThroughTable(table, planes, count, kPlaneCount, kCodeInMax, 1);
+}
+
+float srgbEncode(float linear) {
+    if (linear <= kSrgbLinearLimit) return linear * kSrgbLinearSlope;
+    return powf(linear, kSrgbExponent) * kSrgbGain + kSrgbOffset;
+}
+
+float bt709Encode(float linear) {
+    if (linear <= kBt709LinearLimit) return linear * kBt709LinearSlope;
+    return powf(linear, kBt709Exponent) * kBt709Gain + kBt709Offset;
+}
+
+float hlgEncodeTimes12(float sceneTimes12) {
+    if (sceneTimes12 <= kHlgKneeTimes12) return sqrtf(sceneTimes12) * kHlgRootScale;
+    return logf(sceneTimes12 + kHlgMinusB) * kHlgA + kHlgC;
+}
+
+}  // namespace hdrtm
+
+using namespace hdrtm;
+
+void st2084_inverse_tf(float** planes, unsigned int count, unsigned int planeCount,
+                       unsigned short inMax, unsigned short outScale) {
+    if (inMax == 0) return;
+    decodeThroughTable(kPqDecodeTable, planes, count, planesToConvert(planeCount), inMax,
+                       outScale);
+}
+
+void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScale,
+                       unsigned short outScale) {
+    // No guard for inScale 0: every sample then becomes the PQ value of 1.0,
+    // or NaN for a zero sample.
+    const float in = static_cast<float>(inScale);
+    const float out = static_cast<float>(outScale);
+    for (int c = 0; c < kPlaneCount; ++c) {
+        float* p = planes[c];
+        for (unsigned int i = 0; i < count; ++i) {
+            const float linear = clampUnitKeepNaN(p[i] / in);
+            const float power = powf(linear, kPqM1);
+            const float numerator = power * kPqC2 + kPqC1;
+            const float denominator = power * kPqC3 + 1.0f;
+            p[i] = powf(numerator / denominator, kPqM2) * out;
+        }
+    }
+}
+
+void HLG_forward_tf(float** planes, unsigned int count, unsigned short planeCount,
+                    unsigned short inScale, unsigned short outScale) {
+    if (inScale == 0 || planeCount == 0) return;
+    const float in = static_cast<float>(inScale);
+    const float out = static_cast<float>(outScale);
+    const unsigned int used = planesToConvert(planeCount);
+    for (unsigned int c = 0; c < used; ++c) {
+        float* p = planes[c];
+        for (unsigned int i = 0; i < count; ++i) {
+            // Not clamped: a negative sample gives NaN from the square root.
+            p[i] = hlgEncodeTimes12(p[i] / in * kHlgSceneScale) * out;
+        }
+    }
+}
+
+void HLG_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
+                    unsigned short outScale) {
+    // Unlike the other decoders there is no guard for inMax 0, on purpose:
+    // that value is outside this function's contract.
+    decodeThroughTable(kHlgDecodeTable, planes, count, kPlaneCount, inMax, outScale);
+}
+
+void bt709_forward_tf(float** planes, unsigned int count, unsigned short planeCount,
+                      unsigned short inScale, unsigned short outScale) {
+    encodePlanes(planes, count, planeCount, inScale, outScale, bt709Encode);
+}
+
+void bt709_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
+                      unsigned short outScale) {
+    if (inMax == 0) return;
+    decodeThroughTable(kBt709DecodeTable, planes, count, kPlaneCount, inMax, outScale);
+}
+
+void sRGB_forward_tf(float** planes, unsigned int count, unsigned short planeCount,
+                     unsigned short inScale, unsigned short outScale) {
+    encodePlanes(planes, count, planeCount, inScale, outScale, srgbEncode);
+}
+
+void sRGB_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
+                     unsigned short outScale) {
+    if (inMax == 0) return;
+    decodeThroughTable(kSrgbDecodeTable, planes, count, kPlaneCount, inMax, outScale);
+}
+
+void gamma2p2_forward_tf(float** planes, unsigned int count, unsigned short planeCount,
+                         unsigned short inScale, unsigned short outScale) {
+    encodePlanes(planes, count, planeCount, inScale, outScale,
+                 [](float linear) { return powf(linear, kGamma2p2EncodeExponent); });
+}
+
+void gamma2p2_inverse_tf(float** planes, unsigned int count, unsigned short planeCount,
+                         unsigned short inScale, unsigned short outScale) {
+    encodePlanes(planes, count, planeCount, inScale, outScale,
+                 [](float signal) { return powf(signal, kGamma2p2DecodeExponent); });
+}
+
+void gamma_custom_forward_tf(float gamma, float** planes, unsigned int count,
+                             unsigned short planeCount, unsigned short inScale,
+                             unsigned short outScale) {
+    // gamma 0 is not guarded: the infinite exponent maps (0, 1) to 0 and 1 to 1.
+    const float exponent = 1.0f / gamma;
+    encodePlanes(planes, count, planeCount, inScale, outScale,
+                 [exponent](float linear) { return powf(linear, exponent); });
+}
+
+float Clipping(float value, float lower, float upper) {
+    if (value < lower) return lower;
+    if (value > upper) return upper;
+    return value;
+}
+
+// The two 16-bit arguments of the OOTF pair are part of the signature only.
+void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigned short,
+                     float peak) {
+    if (count < 1) return;
+    float* r = planes[0];
+    float* g = planes[1];
+    float* b = planes[2];
+    const float gamma = ootfSystemGamma(peak);
+    std::vector<float> luma(count);  // scratch: scene luminance of every sample
+    for (unsigned int i = 0; i < count; ++i) luma[i] = bt2020Luminance(r[i], g[i], b[i]);
+    // A sample whose luminance is not positive (or NaN) keeps the previous
+    // sample's gain, on purpose; the first such sample gets 0.
+    float gain = 0.0f;
+    for (unsigned int i = 0; i < count; ++i) {
+        const float y = luma[i];
+        if (y > 0.0f) gain = (peak / y) * powf(y, gamma);
+        r[i] = clampUnitKeepNaN(r[i] * gain / kPqPeakNits);
+        g[i] = clampUnitKeepNaN(g[i] * gain / kPqPeakNits);
+        b[i] = clampUnitKeepNaN(b[i] * gain / kPqPeakNits);
+    }
+}
+
+void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigned short,
+                     float peak) {
+    if (count < 1) return;
+    float* r = planes[0];
+    float* g = planes[1];
+    float* b = planes[2];
+    const float inverseGamma = 1.0f / ootfSystemGamma(peak);
+    std::vector<float> luma(count);  // scratch: display luminance in cd/m2
+    for (unsigned int i = 0; i < count; ++i) {
+        luma[i] = bt2020Luminance(r[i], g[i], b[i]) * kPqPeakNits;
+    }
+    // Carried gain for a non-positive luminance, as in OOTF_forward_tf.
+    float gain = 0.0f;
+    for (unsigned int i = 0; i < count; ++i) {
+        const float y = luma[i];
+        if (y > 0.0f) gain = (kPqPeakNits / y) * powf(y / peak, inverseGamma);
+        r[i] = clampUnitKeepNaN(r[i] * gain);
+        g[i] = clampUnitKeepNaN(g[i] * gain);
+        b[i] = clampUnitKeepNaN(b[i] * gain);
+    }
+}
