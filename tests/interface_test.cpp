@@ -60,7 +60,8 @@ std::set<std::string> readLines(const std::string& path) {
 // Every exported name with its exact C++ signature is present, and nothing
 // internal leaks out of the shared library.
 TEST(SharedLibrary, ExportsExactlyTheInterface) {
-    std::string command = std::string("nm -D --defined-only -C '") + HDRTM_SHARED_LIBRARY + "'";
+    // HDRTM_NM is the build's binutils nm, which reads the target's ELF (a cross nm on cross builds).
+    std::string command = std::string("'") + HDRTM_NM + "' -D --defined-only -C '" + HDRTM_SHARED_LIBRARY + "'";
     FILE* pipe = popen(command.c_str(), "r");
     ASSERT_NE(pipe, nullptr);
     std::set<std::string> exported;
