@@ -3,6 +3,10 @@
 // polynomial colour correction.
 #include "color_conversion.h"
 
+#include <cmath>
+
+#include "tm_stages.h"
+
 namespace hdrtm {
 
 // Linear RGB to linear RGB, D65, rows give output R, G, B. Rounded published
@@ -87,6 +91,12 @@ inline float rowTimes(const float (&row)[3], float a, float b, float c) {
     return row[0] * a + row[1] * b + row[2] * c;
 }
 
+// Sample count of a parameter record's grid: grid_size cubed.
+unsigned int gridPointCount(const TMParams* params) {
+    const unsigned int n = params->grid_size;
+    return n * n * n;
+}
+
 }  // namespace
 
 void applyMatrix(const Matrix3& m, float* const* in, float* const* out, unsigned int count) {
@@ -137,4 +147,159 @@ void replaceLuminanceToBt2020(const float* lumaBefore, const float* lumaAfter, f
     }
 }
 
+namespace {
+
+// CIE L*a*b* reference white (D65, Y = 100). Z is 108.91 rather than the
+// usual 108.88; the engine keeps its own value.
+constexpr float kLabWhiteX = 95.05f;
+constexpr float kLabWhiteY = 100.0f;
+constexpr float kLabWhiteZ = 108.91f;
+constexpr float kLabPercent = 100.0f;  // relative XYZ (Y = 1 white) to percent
+// CIE Lab f(t): cube root above (6/29)^3, linear t/(3*(6/29)^2) + 4/29 below.
+constexpr float kLabCubeRootExponent = 0.33333334f;
+constexpr float kLabLinearThreshold = 0.008856453f;  // (6/29)^3
+constexpr float kLabLinearSlope = 7.7870374f;        // 1/(3*(6/29)^2)
+constexpr float kLabLinearOffset = 0.13793103f;      // 4/29
+constexpr float kLabLightnessScale = 116.0f;
+constexpr float kLabLightnessOffset = 16.0f;
+constexpr float kLabAScale = 500.0f;
+constexpr float kLabBScale = 200.0f;
+
+// Lab companding; t equal to the threshold takes the linear branch.
+inline float labF(float t) {
+    if (t > kLabLinearThreshold) return powf(t, kLabCubeRootExponent);
+    return kLabLinearSlope * t + kLabLinearOffset;
+}
+
+// Primaries index of a panel colour space: sRGB and BT.709 share index 0,
+// every other space v is index v - 1.
+inline int primariesOfPanel(HDR_COLOR_SPACE space) {
+    if (static_cast<int32_t>(space) < 2) return kPrimariesBt709;
+    return static_cast<uint8_t>(space - 1);
+}
+
+}  // namespace
+
 }  // namespace hdrtm
+
+void rgb2rgb_conv(float** planes, IndexRGB conversion, unsigned int count) {
+    // Counts of 2^31 and above read as negative and convert nothing.
+    if (static_cast<int32_t>(count) < 1) return;
+    // An unknown conversion leaves the planes as they are.
+    if (conversion > BT2020_TO_P3) return;
+    hdrtm::applyMatrix(hdrtm::kPrimariesConversion[conversion], planes, planes, count);
+}
+
+void rgb2xyz(TMParams* params, unsigned char primaries, float** rgb, float** xyz) {
+    const unsigned int count = hdrtm::gridPointCount(params);
+    // No upper bound on the count here, unlike xyz2rgb: the planes must hold
+    // grid_size^3 samples.
+    if (count == 0) return;
+    // An unknown primaries index converts nothing.
+    if (primaries >= hdrtm::kPrimariesCount) return;
+    hdrtm::applyMatrix(hdrtm::kRgbToXyz[primaries], rgb, xyz, count);
+}
+
+void xyz2rgb(TMParams* params, unsigned char primaries, float** xyz, float** rgb) {
+    const unsigned int count = hdrtm::gridPointCount(params);
+    if (count == 0 || count > static_cast<unsigned int>(hdrtm::kLutPoints)) return;
+    // An unknown primaries index converts nothing.
+    if (primaries >= hdrtm::kPrimariesCount) return;
+    hdrtm::applyMatrix(hdrtm::kXyzToRgb[primaries], xyz, rgb, count);
+}
+
+void xyz2lab(TMParams* params, float** xyz, float** lab) {
+    using namespace hdrtm;
+    const unsigned int count = gridPointCount(params);
+    if (count == 0 || count > static_cast<unsigned int>(kLutPoints)) return;
+    const float* const planeX = xyz[0];
+    const float* const planeY = xyz[1];
+    const float* const planeZ = xyz[2];
+    float* const outL = lab[0];
+    float* const outA = lab[1];
+    float* const outB = lab[2];
+    for (unsigned int i = 0; i < count; ++i) {
+        const float fx = labF(planeX[i] * kLabPercent / kLabWhiteX);
+        const float fy = labF(planeY[i] * kLabPercent / kLabWhiteY);
+        const float fz = labF(planeZ[i] * kLabPercent / kLabWhiteZ);
+        outL[i] = kLabLightnessScale * fy - kLabLightnessOffset;
+        outA[i] = kLabAScale * (fx - fy);
+        outB[i] = kLabBScale * (fy - fz);
+    }
+}
+
+void XYZ2rgb(TMParams* params, float* lumaBefore, float* lumaAfter, float** xyz, float** rgb) {
+    const unsigned int count = hdrtm::gridPointCount(params);
+    if (count == 0) return;
+    hdrtm::replaceLuminanceToBt2020(lumaBefore, lumaAfter, xyz, rgb, count);
+}
+
+void rgb2rgb_gmap(TMParams* params, float** planes) {
+    using namespace hdrtm;
+    const unsigned int count = gridPointCount(params);
+    if (count == 0) return;
+    const HDR_COLOR_SPACE panelColorMode = params->panel_color_mode;
+    // A panel colour mode outside the enumeration leaves the planes as they are.
+    if (panelColorMode > SPACE_BT2020) return;
+    // Inverse mapping stays in BT.2020.
+    const int target =
+        params->map_direction != MAP_FORWARD ? kPrimariesBt2020 : primariesOfPanel(panelColorMode);
+    const MatrixLocals toXyz = loadMatrix(kRgbToXyz[kPrimariesBt2020]);
+    const MatrixLocals toPanel = loadMatrix(kXyzToRgb[target]);
+    float* const planeR = planes[0];
+    float* const planeG = planes[1];
+    float* const planeB = planes[2];
+    for (unsigned int i = 0; i < count; ++i) {
+        const float r = planeR[i];
+        const float g = planeG[i];
+        const float b = planeB[i];
+        const float x = rowTimes(toXyz.m[0], r, g, b);
+        const float y = rowTimes(toXyz.m[1], r, g, b);
+        const float z = rowTimes(toXyz.m[2], r, g, b);
+        // Out-of-gamut colours keep components below 0 or above 1 here.
+        planeR[i] = rowTimes(toPanel.m[0], x, y, z);
+        planeG[i] = rowTimes(toPanel.m[1], x, y, z);
+        planeB[i] = rowTimes(toPanel.m[2], x, y, z);
+    }
+}
+
+void panel_mapping_PCC(TMParams* params, float** planes) {
+    using namespace hdrtm;
+    const unsigned int count = gridPointCount(params);
+    if (count == 0) return;
+    const PccCoefficients* const pcc = params->pcc;
+    // Without a coefficient block there is no correction to apply.
+    if (pcc == nullptr) return;
+    const PccCoefficients coefficients = *pcc;
+    float* const planeR = planes[0];
+    float* const planeG = planes[1];
+    float* const planeB = planes[2];
+    for (unsigned int i = 0; i < count; ++i) {
+        const float r = planeR[i];
+        const float g = planeG[i];
+        const float b = planeB[i];
+        // Products in single precision, then widened; the polynomial is
+        // summed in double, linear terms first and the constant last.
+        const double dr = r;
+        const double dg = g;
+        const double db = b;
+        const double drr = r * r;
+        const double dgg = g * g;
+        const double dbb = b * b;
+        const double drg = r * g;
+        const double dgb = g * b;
+        const double drb = r * b;
+        const double drgb = (r * g) * b;
+        float out[kPlaneCount];
+        for (int channel = 0; channel < kPlaneCount; ++channel) {
+            const double* const k = coefficients.row[channel];
+            const double sum = k[kPccR] * dr + k[kPccG] * dg + k[kPccB] * db + k[kPccRG] * drg +
+                               k[kPccGB] * dgb + k[kPccRB] * drb + k[kPccRR] * drr +
+                               k[kPccGG] * dgg + k[kPccBB] * dbb + k[kPccRGB] * drgb;
+            out[channel] = clampUnitKeepNaN(static_cast<float>(k[kPccC] + sum));
+        }
+        planeR[i] = out[0];
+        planeG[i] = out[1];
+        planeB[i] = out[2];
+    }
+}
