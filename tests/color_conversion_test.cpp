@@ -74,26 +74,17 @@ TEST_F(ColorConversion, PrimariesRoundTripHoldsOnlyToFourDecimals) {
     EXPECT_FALSE(in == out);
 }
 
-TEST_F(ColorConversion, PrimariesCountIsReadAsSigned) {
+TEST_F(ColorConversion, UnknownIndicesAndNegativeCountsConvertNothing) {
     rgb2rgb_conv(in.p, BT709_TO_BT2020, 0x80000000u);
     rgb2rgb_conv(in.p, static_cast<IndexRGB>(6), kLutPoints);
+    rgb2xyz(&params, 4, in.p, in.p);
+    xyz2rgb(&params, 4, in.p, in.p);
     EXPECT_TRUE(in == out);
     Planes red{kLutPoints, 1.0f, 0.0f, 0.0f};
     rgb2rgb_conv(red.p, BT709_TO_BT2020, 1);  // point 0 only
     EXPECT_EQ(red.v[0][0], 0.6274f);
     EXPECT_EQ(red.v[2][0], 0.0164f);
     EXPECT_EQ(red.v[0][1], in.v[0][1]);
-}
-
-TEST_F(ColorConversion, XyzRoundTripReturnsTheInput) {
-    for (unsigned char primaries = 0; primaries < hdrtm::kPrimariesCount; ++primaries) {
-        Planes back;
-        rgb2xyz(&params, primaries, in.p, out.p);
-        xyz2rgb(&params, primaries, out.p, back.p);
-        for (unsigned int i = 0; i < kLutPoints; ++i) ASSERT_NEAR(back.v[2][i], in.v[2][i], 2e-5);
-    }
-    rgb2xyz(&params, 4, out.p, in.p);
-    EXPECT_TRUE(in == Planes{});
 }
 
 TEST_F(ColorConversion, OnlyRgbToXyzConvertsAnOversizedGrid) {
@@ -184,15 +175,15 @@ TEST_F(PanelCorrection, TuningFallbackSumsTheChannels) {
 
 TEST_F(PanelCorrection, ProductsRoundInSingleAndSumsInDouble) {
     const float almostOne = hdrtm::floatFromBits(0x3F7FFFFF);  // 1 - 2^-24
-    const float quarterUlp = std::ldexp(1.0f, -25);             // half an ulp just below 1
-    Planes p{kLutPoints, almostOne, quarterUlp, 0.0f};
+    const float halfUlp = std::ldexp(1.0f, -25);  // half an ulp just below 1
+    Planes p{kLutPoints, almostOne, halfUlp, 0.0f};
     pcc.row[0][kPccRR] = 1.0;
     pcc.row[0][kPccC] = -double{almostOne * almostOne};  // cancels the single product exactly
     pcc.row[1][kPccR] = pcc.row[1][kPccG] = 1.0;
     pcc.row[1][kPccC] = -0.5;  // r + g would round up to 1 in single precision
     panel_mapping_PCC(&params, p.p);
     EXPECT_EQ(p.v[0][0], 0.0f);
-    EXPECT_EQ(p.v[1][0], 0.5f - quarterUlp);
+    EXPECT_EQ(p.v[1][0], 0.5f - halfUlp);
 }
 
 }  // namespace
