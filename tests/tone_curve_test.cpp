@@ -1,0 +1,156 @@
+// The logarithmic tone curve, its control-point table and luminance mapping.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <tuple>
+
+#include "hdr_tm.h"
+#include "transfer_functions.h"
+
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+// The default tuning's curve as yTM sets it up; mode 1 derives xMax.
+class ParametricCurve : public ::testing::Test {
+protected:
+    float yMin = std::log10(0.02f), yMax = std::log10(500.0f), xMin = std::log10(0.0005f);
+    float yToe = std::log10(125.0f), yShoulder = std::log10(275.0f), slope = 1.15f;
+    float intercept = std::log10(8.0f) * (1.0f - slope);
+    float xToe = (yToe - intercept) / slope, xShoulder = (yShoulder - intercept) / slope;
+    float forward(float x, unsigned char mode = 1, float xMax = 0.0f) {
+        return logTM(x, yMin, yMax, 2.0f, xMax, mode, xMin, yToe, yShoulder, intercept, slope);
+    }
+    float inverse(float y, unsigned char mode = 1, float xMax = 0.0f) {
+        return logTMInverse(y, yMin, yMax, 2.0f, xMax, mode, xMin, yToe, yShoulder, intercept, slope);
+    }
+};
+
+TEST_F(ParametricCurve, PiecesMeetAtTheJoins) {
+    const float xMax = inverse(yMax);  // the shoulder piece returns xMax at yMax
+    EXPECT_EQ(xMax, inverse(yMax + 1.0f));
+    for (float join : {xToe, xShoulder, xMax}) {
+        EXPECT_NEAR(forward(std::nextafter(join, -10.0f)), forward(join), 1e-5f) << join;
+    }
+    EXPECT_EQ(forward(xToe), slope * xToe + intercept);  // the straight segment
+    EXPECT_EQ(forward(xMin - 1.0f), yMin);
+    EXPECT_EQ(forward(xMax + 1.0f), yMax);
+}
+
+TEST_F(ParametricCurve, InverseUndoesForwardInBothModes) {
+    const float xMax = inverse(yMax);
+    for (float x = xMin; x <= xMax; x += 0.015f) {
+        EXPECT_NEAR(inverse(forward(x)), x, 1e-4f) << x;
+        EXPECT_NEAR(inverse(forward(x, 0, xMax), 0, xMax), x, 1e-4f) << x;
+        EXPECT_NEAR(forward(x, 0, xMax), forward(x), 1e-5f) << x;
+    }
+}
+
+// Outputs i^2 at inputs 10 i in all 24 slots, 17 of them counted.
+TEST(TableLookup, InterpolatesAndExtrapolatesTheEndSegments) {
+    toneMapperLUT table{17, {}, {}};
+    for (int i = 0; i < kToneCurveMaxPoints; ++i) {
+        table.points_x[i] = 10.0f * static_cast<float>(i);
+        table.points_y[i] = static_cast<float>(i * i);
+    }
+    for (int j = 0; j < 17; ++j) EXPECT_EQ(logTM_LUT(table.points_x[j], &table), table.points_y[j]);
+    EXPECT_EQ(logTM_LUT(145.0f, &table), 210.5f);
+    EXPECT_EQ(logTMInverse_LUT(6.5f, &table), 25.0f);
+    EXPECT_EQ(logTM_LUT(-10.0f, &table), -1.0f);
+    EXPECT_EQ(logTMInverse_LUT(287.0f, &table), 170.0f);
+    EXPECT_TRUE(std::isnan(logTM_LUT(kNaN, &table)));
+    for (auto [count, x, y] : {std::tuple{2, 30.0f, 3.0f}, {4, 50.0f, 19.0f}, {-1, 240.0f, 574.0f}}) {
+        table.num_points = count;  // a negative count reads as unsigned: all 24 points
+        EXPECT_EQ(logTM_LUT(x, &table), y) << count;
+    }
+}
+
+class ControlPoints : public ::testing::Test {
+protected:
+    void SetUp() override { set_default_vals(&params); }
+    TMParams params{};
+};
+
+TEST_F(ControlPoints, DefaultPointsBecomeLogNits) {
+    const toneMapperLUT codes = params.curve;
+    CalCurveLUT(&params);
+    for (int i = 0; i < 17; ++i) {
+        const float pq = static_cast<float>(hdrtm::kPqDecodeTable[static_cast<int>(codes.points_x[i])]);
+        const double panel = std::pow(codes.points_y[i] / 1023.0, 2.2);
+        EXPECT_NEAR(params.curve.points_x[i], std::log10(pq * 9999.999 + 0.0005), 2e-6) << i;
+        EXPECT_NEAR(params.curve.points_y[i], std::log10(0.02 + panel * (500 - 0.02)), 2e-6) << i;
+    }
+    EXPECT_EQ(params.curve.points_x[0], std::log10(0.0005f));
+    EXPECT_EQ(params.curve.points_x[17], 0.0f);
+}
+
+TEST_F(ControlPoints, OversizedRecordStaysInsideItsArrays) {
+    params.curve.num_points = 100;
+    params.curve.points_x[3] = 5000.0f;  // beyond 10 bits: read as code 1023
+    CalCurveLUT(&params);
+    EXPECT_EQ(params.curve.points_x[3], params.curve.points_x[16]);
+    EXPECT_EQ(params.version, 0u);
+}
+
+// yTM over a one-point grid.
+class LuminanceMapping : public ControlPoints {
+protected:
+    float map(float y, uint32_t direction = MAP_FORWARD) {
+        params.grid_size = 1;
+        params.map_direction = direction;
+        float out = -1.0f;
+        yTM(&params, &y, &out);
+        return out;
+    }
+};
+
+TEST_F(LuminanceMapping, BlackStaysBlackAndPeakGivesTheShoulderEnd) {
+    for (float y : {0.0f, -0.5f, kNaN}) EXPECT_EQ(map(y), 0.0f) << y;
+    EXPECT_FLOAT_EQ(map(0.0f, MAP_INVERSE), 0.0005f / 10000.0f);       // toe start t0
+    EXPECT_EQ(map(kNaN, MAP_INVERSE), 0.02f / 10000.0f);               // the black level
+    EXPECT_NEAR(map(1.0f, MAP_INVERSE) * 10000.0f, 490.339f, 1e-3f);  // 10^xMax nits
+    params.panel_min_luminance = 0.0f;
+    EXPECT_EQ(map(0.0f), 0.0f);
+}
+
+TEST_F(LuminanceMapping, InverseUndoesForwardWithBrightness) {
+    params.bright_enable = 1;
+    params.sysGamma = 2.2f;
+    float previous = 0.0f;
+    for (float nits = 0.01f; nits < 480.0f; nits *= 1.3f) {
+        const float mapped = map(nits / 10000.0f);
+        EXPECT_GT(mapped, previous) << nits;
+        previous = mapped;
+        EXPECT_NEAR(map(mapped, MAP_INVERSE) * 10000.0f / nits, 1.0f, 2e-4f) << nits;
+    }
+}
+
+TEST_F(LuminanceMapping, ThresholdsAreStrictAndScaleIsForwardOnly) {
+    const float lower = 0.5f / 10000.0f, upper = 400.0f / 10000.0f, knee = 300.0f / 10000.0f;
+    const float atLower = map(lower), atUpper = map(upper), inside = map(0.01f);
+    const float atKnee = map(knee), inverseAbove = map(0.5f, MAP_INVERSE);
+    params.bright_enable = 1;
+    params.sysGamma = 2.0f;
+    EXPECT_EQ(map(lower), atLower);
+    EXPECT_EQ(map(upper), atUpper);
+    EXPECT_GT(map(0.01f), inside);
+    params.bright_enable = 0;
+    params.linearScale = 1;
+    params.scaleStart = 300.0f;
+    params.ratio = 0.5f;
+    EXPECT_EQ(map(knee), atKnee);
+    EXPECT_LT(map(upper), atUpper);
+    EXPECT_EQ(map(0.5f, MAP_INVERSE), inverseAbove);
+}
+
+TEST_F(LuminanceMapping, TableVersionFollowsTheControlPoints) {
+    CalCurveLUT(&params);
+    params.version = 1;
+    const float in = std::pow(10.0f, params.curve.points_x[9]) / 10000.0f;  // code 513 -> 528
+    const float out = (std::pow(10.0f, params.curve.points_y[9]) - 0.02f) / (500.0f - 0.02f);
+    EXPECT_NEAR(map(in), out, 1e-4f);
+    EXPECT_NEAR(map(out, MAP_INVERSE) / in, 1.0f, 1e-4f);
+}
+
+}  // namespace

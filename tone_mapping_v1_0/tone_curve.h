@@ -1,0 +1,46 @@
+// Tone curve and luminance mapping: the five-piece logarithmic curve with its
+// derived quantities, and the control-point table lookup.
+#pragma once
+
+#include <cstdint>
+
+#include "tm_common.h"
+#include "tm_params.h"
+
+namespace hdrtm {
+
+// Relative light 1.0 stands for this many nits (the PQ peak).
+constexpr float kNitsPerUnit = 10000.0f;
+
+// Curve mode in which the shoulder exponent k is given and xMax is derived;
+// any other mode takes xMax as given and derives k.
+constexpr unsigned char kCurveModeGivenExponent = 1;
+
+// `version` value that selects the control-point table over the parametric curve.
+constexpr uint32_t kToneCurveTableVersion = 1;
+
+// The five-piece curve in log10 nits with its derived quantities, computed
+// once from the parameters of logTM / logTMInverse.
+struct LogCurve {
+    float xMin, yMin;            // toe start; output floor
+    float xToe, yToe;            // toe meets the straight segment
+    float xShoulder, yShoulder;  // straight segment meets the shoulder
+    float xMax, yMax;            // shoulder reaches the ceiling
+    float slope, intercept;      // straight segment
+    float toeExponent;           // e
+    float shoulderExponent;      // k
+    float shoulderSpan;          // xMax - xShoulder
+};
+
+LogCurve makeLogCurve(float yMin, float yMax, float k, float xMax, unsigned char mode, float xMin,
+                      float yToe, float yShoulder, float intercept, float slope);
+// x (log10 nits of the content) to y (log10 nits on the panel).
+float logCurveForward(const LogCurve& curve, float x);
+// y back to x.
+float logCurveInverse(const LogCurve& curve, float y);
+
+// Piecewise-linear lookup from `in` to `out` over the first `count` points of
+// a control-point table (count capped at 24), extrapolating the end segments.
+float interpolateControlPoints(const float* in, const float* out, uint32_t count, float v);
+
+}  // namespace hdrtm
