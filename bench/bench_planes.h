@@ -1,6 +1,7 @@
 // Sample planes for benchmarks: a full 17^3 grid of three planes.
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 struct BenchPlanes {
@@ -16,5 +17,12 @@ struct BenchPlanes {
             g[i] = scale * static_cast<float>((i / 17) % 17) / 16.0f;
             b[i] = scale * static_cast<float>(i / 289) / 16.0f;
         }
+    }
+
+    // Copies the samples of another set; the plane pointers stay this set's.
+    void copyFrom(const BenchPlanes& other) {
+        std::copy(other.r.begin(), other.r.end(), r.begin());
+        std::copy(other.g.begin(), other.g.end(), g.begin());
+        std::copy(other.b.begin(), other.b.end(), b.begin());
     }
 };

@@ -3,7 +3,6 @@
 // (untimed): the stages work in place.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <vector>
 
 #include "bench_planes.h"
@@ -45,9 +44,7 @@ void runCore(benchmark::State& state, float inputScale, Core core) {
     BenchPlanes work;
     for (auto _ : state) {
         state.PauseTiming();
-        std::copy(input.r.begin(), input.r.end(), work.r.begin());
-        std::copy(input.g.begin(), input.g.end(), work.g.begin());
-        std::copy(input.b.begin(), input.b.end(), work.b.begin());
+        work.copyFrom(input);
         state.ResumeTiming();
         core(&params, work.planes);
         benchmark::ClobberMemory();
