@@ -21,3 +21,32 @@ extern const uint32_t kHardwareGridCodes[kGridPointsPerAxis];
 void fillSamplePlanes(const uint32_t (*grid)[kGridPointsPerAxis], float** planes, unsigned int n);
 
 }  // namespace hdrtm
+
+// --- Pipeline stages, shared by the four LUT pipelines (lut3d_pipelines.cpp)
+namespace hdrtm {
+
+// Everything the PQ and HLG forward pipelines do after linearisation: tone
+// mapping, the gamut stage chosen by the low two bits of gamut_mode (1 fixed
+// matrix, 2 rgb2rgb_gmap), panel correction when pcc_enable is set, the output
+// transfer function and the scale to output codes.
+void mapLinearLightToPanelCodes(TMParams* params, float** planes);
+
+// Fixed BT.2020-to-panel matrix chosen by panel colour space (sRGB/BT.709,
+// Adobe RGB, Display P3); a BT.2020 panel or unknown value is left alone.
+// Results are not clamped.
+void applyFixedGamutMatrix(float** planes, unsigned int count, uint32_t panelColorMode);
+
+// Output transfer function by OUTPUT_GAMMA_SPACE: each sample clamped to
+// [0, 1] (NaN passes) then encoded; GAMMA_LINEAR and unknown values do
+// nothing, not even the clamp.
+void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGammaSpace,
+                          float outputGammaVal);
+
+// HLG OETF of scene light in place (x times 12, then hlgEncodeTimes12).
+void encodeHlgOetf(float** planes, unsigned int count);
+
+// Clamp to [0, 1] (NaN passes), then multiply by 2^(outBitDepth mod 32) - 1.
+// Not rounded.
+void scaleToOutputCodes(float** planes, unsigned int count, uint32_t outBitDepth);
+
+}  // namespace hdrtm

@@ -1,0 +1,279 @@
+// The four LUT pipelines: each is checked against the exported stage functions
+// run one after another, and the shared stages at their branch points.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "hdr_tm.h"
+#include "lut3d.h"
+#include "tm_common.h"
+
+namespace {
+
+using hdrtm::kLutPoints;
+using Pipeline = void (*)(TMParams*, float**);
+
+struct Planes {
+    explicit Planes(float fill = 0.0f)
+        : r(kLutPoints, fill), g(kLutPoints, fill), b(kLutPoints, fill) {}
+    std::array<float*, 3> ptr() { return {r.data(), g.data(), b.data()}; }
+    std::vector<float> r, g, b;
+};
+
+// Bit-for-bit equality (NaN equals NaN of the same bits), naming the first
+// sample that differs.
+testing::AssertionResult sameBits(const Planes& actual, const Planes& expected) {
+    const std::vector<float>* a[3] = {&actual.r, &actual.g, &actual.b};
+    const std::vector<float>* e[3] = {&expected.r, &expected.g, &expected.b};
+    for (int k = 0; k < 3; ++k) {
+        for (int i = 0; i < kLutPoints; ++i) {
+            if (std::memcmp(&(*a[k])[i], &(*e[k])[i], sizeof(float)) != 0) {
+                return testing::AssertionFailure() << "plane " << k << " sample " << i << ": "
+                                                   << (*a[k])[i] << " vs " << (*e[k])[i];
+            }
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+class LutPipelines : public testing::Test {
+protected:
+    void SetUp() override {
+        set_default_vals(&params);
+        params.grid_size = 17;
+        params.out_bit_depth = 12;
+        params.gamut_mode = 2;
+        params.clipLuma = 1000.0f;
+        params.pcc = &pcc;
+        for (int axis = 0; axis < 3; ++axis) {
+            std::memcpy(params.grid_points[0][axis], hdrtm::kNonUniformGridCodes,
+                        sizeof(hdrtm::kNonUniformGridCodes));
+            std::memcpy(params.grid_points[1][axis], hdrtm::kUniformGridCodes,
+                        sizeof(hdrtm::kUniformGridCodes));
+        }
+        for (int c = 0; c < 3; ++c) pcc.row[c][kPccR + c] = 1.0;  // identity correction
+    }
+
+    Planes run(Pipeline pipeline) {
+        Planes planes;
+        pipeline(&params, planes.ptr().data());
+        return planes;
+    }
+
+    // The grid codes of one set, decoded by an exported table decoder.
+    using Decoder = void (*)(float**, unsigned int, unsigned short, unsigned short);
+    Planes decodedGrid(int set, Decoder decode) {
+        Planes planes;
+        input_gen(params.grid_points[set], planes.ptr().data(), 17);
+        decode(planes.ptr().data(), kLutPoints, 1023, 1);
+        return planes;
+    }
+
+    static void scaleTo10Bits(Planes& planes) {
+        for (auto* plane : {&planes.r, &planes.g, &planes.b})
+            for (float& v : *plane) v = hdrtm::clampUnitKeepNaN(v) * 1023.0f;
+    }
+
+    TMParams params{};
+    PccCoefficients pcc{};
+};
+
+void pqDecode(float** planes, unsigned int count, unsigned short inMax, unsigned short outScale) {
+    st2084_inverse_tf(planes, count, 3, inMax, outScale);
+}
+
+TEST_F(LutPipelines, ForwardPipelinesDecodeTheirGridThenShareThePanelStages) {
+    const uint8_t gamutModes[] = {0, 1, 2, 5};
+    const uint32_t panels[] = {SPACE_BT709, SPACE_ADOBE, SPACE_DCIP3, SPACE_BT2020};
+    const uint32_t gammas[] = {GAMMA_LINEAR, GAMMA_2P2, GAMMA_SRGB, GAMMA_BT709, GAMMA_CUSTOM, 9};
+    params.output_gamma_val = 2.4f;
+    for (int i = 0; i < 24; ++i) {
+        params.gamut_mode = gamutModes[i % 4];
+        params.panel_color_mode = static_cast<HDR_COLOR_SPACE>(panels[(i / 4) % 4]);
+        params.output_gamma_space = static_cast<OUTPUT_GAMMA_SPACE>(gammas[i % 6]);
+        params.pcc_enable = (i / 3) % 2;
+        params.grid_set = (i % 3 == 0) ? 0 : 7;  // any non-zero value selects set 1
+        params.out_bit_depth = (i % 5 == 0) ? 10 : 12;
+        SCOPED_TRACE(i);
+
+        Planes pq = decodedGrid(params.grid_set == 0 ? 0 : 1, pqDecode);
+        hdrtm::mapLinearLightToPanelCodes(&params, pq.ptr().data());
+        EXPECT_TRUE(sameBits(run(lut3d_process), pq));
+
+        Planes hlg = decodedGrid(params.grid_set == 0 ? 0 : 1, HLG_inverse_tf);
+        OOTF_forward_tf(hlg.ptr().data(), kLutPoints, 0, 0, params.nominal_peak_luminance);
+        hdrtm::mapLinearLightToPanelCodes(&params, hlg.ptr().data());
+        EXPECT_TRUE(sameBits(run(HLG_lut3d_process), hlg));
+
+        // Output codes stay within full scale, black stays black and the
+        // neutral axis (index 307 k) falls by no more than rounding.
+        const float fullScale = params.out_bit_depth == 10 ? 1023.0f : 4095.0f;
+        for (float v : pq.r) ASSERT_TRUE(v >= 0.0f && v <= fullScale) << v;
+        EXPECT_EQ(pq.g[0], 0.0f);
+        EXPECT_EQ(hlg.b[0], 0.0f);
+        for (int k = 1; k < 17; ++k) {
+            EXPECT_GE(pq.g[307 * k], pq.g[307 * (k - 1)] - 0.01f) << k;
+            EXPECT_GE(hlg.g[307 * k], hlg.g[307 * (k - 1)] - 0.01f) << k;
+        }
+    }
+}
+
+TEST_F(LutPipelines, GamutStageReadsOnlyTheLowTwoBitsOfGamutMode) {
+    params.panel_color_mode = SPACE_BT709;
+    auto withMode = [&](uint8_t mode) {
+        params.gamut_mode = mode;
+        return run(lut3d_process);
+    };
+    const Planes none = withMode(0), matrix = withMode(1), mapped = withMode(2);
+    EXPECT_TRUE(sameBits(withMode(3), none));
+    EXPECT_TRUE(sameBits(withMode(5), matrix));
+    EXPECT_TRUE(sameBits(withMode(6), mapped));
+    EXPECT_FALSE(sameBits(matrix, none));
+    EXPECT_FALSE(sameBits(mapped, none));
+    EXPECT_FALSE(sameBits(mapped, matrix));
+}
+
+TEST_F(LutPipelines, PanelCorrectionRunsOnlyWhenEnabledWithABlock) {
+    for (int c = 0; c < 3; ++c) {  // every point corrected to 0.25
+        pcc.row[c][kPccR + c] = 0.0;
+        pcc.row[c][kPccC] = 0.25;
+    }
+    params.output_gamma_space = GAMMA_LINEAR;
+    params.pcc_enable = 1;
+    EXPECT_TRUE(sameBits(run(HLG_lut3d_process), Planes(0.25f * 4095.0f)));
+    params.pcc_enable = 0;
+    const Planes uncorrected = run(HLG_lut3d_process);
+    EXPECT_FALSE(sameBits(uncorrected, Planes(0.25f * 4095.0f)));
+    params.pcc_enable = 1;
+    params.pcc = nullptr;  // no block: nothing to correct with
+    EXPECT_TRUE(sameBits(run(HLG_lut3d_process), uncorrected));
+}
+
+TEST_F(LutPipelines, InversePipelinesSampleTheUniformGridWhateverGridSetSays) {
+    params.grid_set = 0;  // set 0 holds the non-uniform grid
+    params.out_bit_depth = 10;
+    params.gamut_mode = 0;
+
+    Planes sdrToPq = decodedGrid(1, sRGB_inverse_tf);
+    inverse_tone_mapping_core(&params, sdrToPq.ptr().data());
+    st2084_forward_tf(sdrToPq.ptr().data(), kLutPoints, 1, 1);
+    scaleTo10Bits(sdrToPq);
+    EXPECT_TRUE(sameBits(run(inverse_lut3d_process), sdrToPq));
+
+    // HLG to PQ: the system gamma only, never the inverse tone mapping.
+    params.inverse_bt2020_luma = 1;
+    Planes hlgToPq = decodedGrid(1, HLG_inverse_tf);
+    OOTF_forward_tf(hlgToPq.ptr().data(), kLutPoints, 0, 0, params.nominal_peak_luminance);
+    st2084_forward_tf(hlgToPq.ptr().data(), kLutPoints, 1, 1);
+    scaleTo10Bits(hlgToPq);
+    EXPECT_TRUE(sameBits(run(inverse_lut3d_process), hlgToPq));
+    params.inverse_bt2020_luma = 0;
+
+    Planes sdrToHlg = decodedGrid(1, sRGB_inverse_tf);
+    inverse_tone_mapping_core(&params, sdrToHlg.ptr().data());
+    OOTF_inverse_tf(sdrToHlg.ptr().data(), kLutPoints, 0, 0, params.nominal_peak_luminance);
+    HLG_forward_tf(sdrToHlg.ptr().data(), kLutPoints, 3, 1, 1);
+    scaleTo10Bits(sdrToHlg);
+    EXPECT_TRUE(sameBits(run(HLG_inverse_lut3d_process), sdrToHlg));
+}
+
+TEST_F(LutPipelines, GridSizeZeroLeavesThePlanesUntouched) {
+    params.grid_size = 0;
+    params.pcc_enable = 1;
+    for (Pipeline pipeline : {lut3d_process, HLG_lut3d_process, inverse_lut3d_process,
+                              HLG_inverse_lut3d_process}) {
+        Planes planes(0.25f);
+        pipeline(&params, planes.ptr().data());
+        EXPECT_TRUE(sameBits(planes, Planes(0.25f)));
+    }
+}
+
+// Runs a stage on one point whose three channels hold x; returns channel R.
+template <typename Stage>
+float onePoint(float x, Stage stage) {
+    float r = x, g = x, b = x;
+    float* planes[3] = {&r, &g, &b};
+    stage(planes);
+    return r;
+}
+
+float encoded(uint32_t space, float x, float gamma = 2.4f) {
+    return onePoint(x, [&](float** p) { hdrtm::encodeOutputTransfer(p, 1, space, gamma); });
+}
+
+float scaled(uint32_t bits, float x) {
+    return onePoint(x, [&](float** p) { hdrtm::scaleToOutputCodes(p, 1, bits); });
+}
+
+float hlgOetf(float x) {
+    return onePoint(x, [](float** p) { hdrtm::encodeHlgOetf(p, 1); });
+}
+
+TEST(PipelineStages, OutputTransferClampsThenEncodesWithLinearBranchesInclusive) {
+    EXPECT_EQ(encoded(GAMMA_SRGB, 0.0031308f), 0.0031308f * 12.92f);
+    EXPECT_EQ(encoded(GAMMA_SRGB, 0.5f), 1.055f * powf(0.5f, 0.41666666f) - 0.055f);
+    EXPECT_EQ(encoded(GAMMA_BT709, 0.018f), 0.018f * 4.5f);
+    EXPECT_EQ(encoded(GAMMA_BT709, 0.5f), 1.099f * powf(0.5f, 0.45f) - 0.099f);
+    EXPECT_EQ(encoded(GAMMA_2P2, 0.5f), powf(0.5f, hdrtm::floatFromBits(0x3EE8BA2E)));
+    EXPECT_EQ(encoded(GAMMA_CUSTOM, 0.5f, 2.4f), powf(0.5f, 1.0f / 2.4f));
+    for (uint32_t space : {GAMMA_2P2, GAMMA_SRGB, GAMMA_BT709, GAMMA_CUSTOM}) {
+        EXPECT_EQ(encoded(space, -0.5f), 0.0f) << space;
+        EXPECT_EQ(encoded(space, 1.5f), encoded(space, 1.0f)) << space;
+        EXPECT_TRUE(std::isnan(encoded(space, NAN))) << space;
+    }
+    for (uint32_t space : {0u, 5u, 255u}) {  // linear and unknown: untouched, no clamp
+        EXPECT_EQ(encoded(space, -0.5f), -0.5f);
+        EXPECT_EQ(encoded(space, 1.5f), 1.5f);
+    }
+}
+
+TEST(PipelineStages, OutputScaleClampsAndNeverRounds) {
+    EXPECT_EQ(scaled(12, 1.0f), 4095.0f);
+    EXPECT_EQ(scaled(10, 1.0f), 1023.0f);
+    EXPECT_EQ(scaled(10, 0.5f), 511.5f);
+    EXPECT_EQ(scaled(10, 1.7f), 1023.0f);
+    EXPECT_EQ(scaled(10, -0.2f), 0.0f);
+    EXPECT_TRUE(std::isnan(scaled(10, NAN)));
+    EXPECT_EQ(scaled(0, 1.0f), 0.0f);   // 2^0 - 1
+    EXPECT_EQ(scaled(32, 1.0f), 0.0f);  // bit depth taken modulo 32
+    EXPECT_EQ(scaled(44, 1.0f), 4095.0f);
+    EXPECT_EQ(scaled(31, 1.0f), 2147483647.0f);
+}
+
+TEST(PipelineStages, FixedGamutMatrixByPanelColourSpaceUnclamped) {
+    using Matrix = std::array<std::array<float, 3>, 3>;  // rows R', G', B'
+    const Matrix bt709 = {{{1.6603627f, -0.5875401f, -0.0728226f},
+                           {-0.1245636f, 1.1329114f, -0.0083479f},
+                           {-0.0181566f, -0.1006018f, 1.1187584f}}};
+    const Matrix adobe = {{{1.152f, -0.0975f, -0.0545f},
+                           {-0.1246f, 1.1329f, -0.0083f},
+                           {-0.0225f, -0.0498f, 1.0723f}}};
+    const Matrix p3 = {{{1.3436f, -0.2822f, -0.0614f},
+                        {-0.0653f, 1.0758f, -0.0105f},
+                        {0.0028f, -0.0196f, 1.0168f}}};
+    const Matrix none = {{{1.0f, 0.0f, 0.0f}, {0.0f, 1.0f, 0.0f}, {0.0f, 0.0f, 1.0f}}};
+    const std::pair<uint32_t, Matrix> cases[] = {{SPACE_SRGB, bt709}, {SPACE_BT709, bt709},
+                                                 {SPACE_ADOBE, adobe}, {SPACE_DCIP3, p3},
+                                                 {SPACE_BT2020, none}, {5, none}};
+    for (const auto& [panel, m] : cases) {
+        for (int column = 0; column < 3; ++column) {  // a unit input reads one column
+            float rgb[3] = {0.0f, 0.0f, 0.0f};
+            rgb[column] = 1.0f;
+            float* planes[3] = {&rgb[0], &rgb[1], &rgb[2]};
+            hdrtm::applyFixedGamutMatrix(planes, 1, panel);
+            for (int row = 0; row < 3; ++row) EXPECT_EQ(rgb[row], m[row][column]) << panel;
+        }
+    }
+}
+
+TEST(PipelineStages, HlgOetfTakesTheSquareRootAtExactlyOneTwelfth) {
+    EXPECT_EQ(hlgOetf(1.0f / 12.0f), 0.5f);
+    EXPECT_EQ(hlgOetf(1.0f), 0.17883277f * logf(12.0f - 0.28466892f) + 0.5599107f);
+    EXPECT_NEAR(hlgOetf(1.0f), 1.0f, 1e-6f);
+    EXPECT_TRUE(std::isnan(hlgOetf(-0.01f)));
+}
+
+}  // namespace
