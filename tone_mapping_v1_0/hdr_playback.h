@@ -90,4 +90,7 @@ void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEn
 // otherwise stores the colour manager's status.
 bool pushLut(HardwareLutRequest* request, int* status);
 
+// The playback entry behind HDR_playback_strategies.
+int playbackStrategies(HdrPlaybackInfo* info, HdrLutSet* luts);
+
 }  // namespace hdrtm

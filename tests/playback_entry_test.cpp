@@ -1,0 +1,567 @@
+// The playback entry: every row of the per-layer decision table, the defaults
+// prologue, colour-manager faults, several layers in one call, two threads,
+// and (each in a fresh process) the once-per-process tuning with the clipping
+// luminance and linear scale it drives.
+#include <android/log.h>
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+#include <krel/color_manager_sim.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "hdr_tm.h"
+#include "log_capture.h"
+
+namespace {
+
+using Pipeline = void (*)(TMParams*, float**);
+using Lines = std::vector<std::string>;
+constexpr unsigned kCount = 17 * 17 * 17;
+constexpr const char* kProperty = "ro.vendor.display.hdr.config";
+constexpr uint32_t kUniform[17] = {0,   64,  128, 192, 256, 320, 384, 448, 512,
+                                   576, 640, 704, 768, 832, 896, 960, 1023};
+constexpr size_t kPrologueLines = 41;  // defaults path: 2 + 34 control points + 5 settings
+const std::string kEnd = "E HDR_playback_strategies -----------";
+
+std::string format(const char* fmt, long long v) {
+    char text[128];
+    std::snprintf(text, sizeof(text), fmt, v);
+    return text;
+}
+
+// LUT codes as the library truncates them (the pipelines keep them in range).
+uint32_t code(float v) { return v > 0.0f ? static_cast<uint32_t>(v) : 0u; }
+
+struct Planes {
+    std::vector<float> c[3];
+    uint32_t checksum(uint32_t sum) const {
+        for (unsigned k = 0; k < kCount; ++k) {
+            sum += code(static_cast<float>(code(c[0][k]) + code(c[1][k])) + c[2][k]);
+        }
+        return sum;
+    }
+};
+
+Planes run(Pipeline pipeline, TMParams p) {
+    Planes out{{std::vector<float>(kCount), std::vector<float>(kCount), std::vector<float>(kCount)}};
+    float* planes[3] = {out.c[0].data(), out.c[1].data(), out.c[2].data()};
+    pipeline(&p, planes);
+    return out;
+}
+
+// The working record after the defaults prologue and the per-call setup.
+TMParams workingDefaults(uint8_t hw, PccCoefficients* pcc) {
+    TMParams p;
+    std::memset(&p, 0, sizeof(p));
+    set_default_vals(&p);
+    p.gamut_mode = 2;
+    p.out_bit_depth = 10;
+    p.pcc_enable = hw;
+    p.pcc = pcc;
+    p.grid_size = 17;
+    for (int set = 0; set < 2; ++set)
+        for (int axis = 0; axis < 3; ++axis) std::memcpy(p.grid_points[set][axis], kUniform, sizeof(kUniform));
+    return p;
+}
+
+PccCoefficients identityPcc() {
+    PccCoefficients pcc{};
+    for (int k = 0; k < 3; ++k) pcc.row[k][1 + k] = 1.0;
+    return pcc;
+}
+
+// What a row's pipeline gives with the row's fields set on the working record;
+// the PCC block holds the simulator's identity answer, or zeros when unread.
+Planes expectedPlanes(uint8_t hw, Pipeline pipeline, void (*settings)(TMParams&),
+                      bool pccRead = true) {
+    PccCoefficients pcc = hw && pccRead ? identityPcc() : PccCoefficients{};
+    TMParams p = workingDefaults(hw, &pcc);
+    settings(p);
+    return run(pipeline, p);
+}
+
+std::string withSum(const char* fmt, uint32_t sum) { return format(fmt, static_cast<int32_t>(sum)); }
+
+// The first line that starts with `prefix`, or "" when none does.
+std::string lineStarting(const Lines& lines, const std::string& prefix) {
+    for (const std::string& line : lines)
+        if (line.rfind(prefix, 0) == 0) return line;
+    return "";
+}
+
+const Lines kIdentityPccLog = {
+    "E PCC index[0] : 1.000000 0.000000 0.000000 0.000000 0.000000 0.000000 0.000000 0.000000 "
+    "0.000000 0.000000 0.000000",
+    "E PCC index[1] : 0.000000 1.000000 0.000000 0.000000 0.000000 0.000000 0.000000 0.000000 "
+    "0.000000 0.000000 0.000000",
+    "E PCC index[2] : 0.000000 0.000000 1.000000 0.000000 0.000000 0.000000 0.000000 0.000000 "
+    "0.000000 0.000000 0.000000"};
+
+struct Layer {
+    uint32_t transfer;
+    uint32_t contentClass = 0;
+};
+
+class Entry : public ::testing::Test {
+public:
+    void SetUp() override {
+        krel::sim::Reset();
+        property_set(kProperty, "");
+        std::memset(layers_, 0, sizeof(layers_));
+        for (int i = 0; i < 4; ++i) {
+            lut_[i].assign(kCount, 0xFFFFFFFFu);
+            std::memset(&desc_[i], 0x5A, sizeof(desc_[i]));
+            desc_[i].entries = lut_[i].data();
+            set_.layer_luts[i] = &desc_[i];
+            applied_[i] = 0x77;
+        }
+        std::memset(&blend_, 0x5A, sizeof(blend_));
+        blend_.entries = nullptr;
+        set_.layer_lut_applied = applied_;
+        set_.unused = nullptr;
+        set_.blend_lut = &blend_;
+        set_.blend_lut_applied = 0x77;
+    }
+
+    int call(uint32_t blendSpace, uint8_t hw, std::vector<Layer> layers) {
+        for (size_t i = 0; i < layers.size(); ++i) {
+            layers_[i].transfer = layers[i].transfer;
+            layers_[i].content_class = layers[i].contentClass;
+            layers_[i].primaries = 9;
+        }
+        std::memset(&info_, 0, sizeof(info_));
+        info_.blend_space = blendSpace;
+        info_.hw_enable = hw;
+        info_.num_layers = static_cast<uint8_t>(layers.size());
+        info_.layers = layers_;
+        log_.clear();
+        return HDR_playback_strategies(&info_, &set_);
+    }
+
+    // Log lines as "E text" / "I text", optionally without the prologue.
+    Lines log(size_t skip = kPrologueLines) const {
+        Lines out;
+        const auto lines = log_.lines();
+        for (size_t i = skip; i < lines.size(); ++i) {
+            out.push_back((lines[i].priority == ANDROID_LOG_ERROR ? "E " : "I ") + lines[i].text);
+        }
+        return out;
+    }
+
+    // Layer i's descriptor, flag and buffer, byte by byte.
+    void expectLayer(int i, const Planes* written) {
+        HdrLayerLut expected;
+        std::memset(&expected, 0x5A, sizeof(expected));
+        expected.entries = lut_[i].data();
+        expected.enabled = written ? 1 : 0;
+        expected.reserved_flag = 0;
+        if (written) expected.dim_x = expected.dim_y = 17;
+        EXPECT_EQ(std::memcmp(&desc_[i], &expected, sizeof(expected)), 0) << "layer " << i;
+        EXPECT_EQ(applied_[i], written ? 1 : 0) << "layer " << i;
+        for (unsigned k = 0; k < kCount; ++k) {
+            const uint32_t want = !written ? 0xFFFFFFFFu
+                                           : 0xC0000000u | (code(written->c[0][k]) & 1023) |
+                                                 (code(written->c[1][k]) & 1023) << 10 |
+                                                 (code(written->c[2][k]) & 1023) << 20;
+            ASSERT_EQ(lut_[i][k], want) << "layer " << i << " entry " << k;
+        }
+    }
+
+    // Blend descriptor and flag; -1 leaves a byte as it was before the call.
+    void expectBlend(int enabled, int reservedFlag, int applied) {
+        HdrLayerLut expected;
+        std::memset(&expected, 0x5A, sizeof(expected));
+        expected.entries = nullptr;
+        expected.enabled = static_cast<uint8_t>(enabled);
+        if (reservedFlag >= 0) expected.reserved_flag = static_cast<uint8_t>(reservedFlag);
+        if (enabled == 1) expected.dim_x = expected.dim_y = 17;
+        EXPECT_EQ(std::memcmp(&blend_, &expected, sizeof(expected)), 0);
+        EXPECT_EQ(set_.blend_lut_applied, applied < 0 ? 0x77 : applied);
+    }
+
+    // The 117928-byte LUT record of a uniform 12-bit LUT of the planes.
+    static std::vector<uint8_t> uniformRecord(const Planes& planes) {
+        std::vector<uint32_t> words(117928 / 4, 0);
+        words[2] = 1;
+        words[3] = kCount;
+        for (unsigned k = 0; k < kCount; ++k)
+            for (int c = 0; c < 3; ++c) words[4 + 6 * k + 3 + c] = code(planes.c[c][k]);
+        std::vector<uint8_t> bytes(117928);
+        std::memcpy(bytes.data(), words.data(), bytes.size());
+        return bytes;
+    }
+
+    // The one push of this call.
+    void expectPush(const Planes& planes) {
+        const auto pushes = krel::sim::Pushes();
+        ASSERT_EQ(pushes.size(), 1u);
+        EXPECT_EQ(pushes[0].request_word0, 1u);
+        EXPECT_EQ(pushes[0].request_word1 | pushes[0].request_tail, 0u);
+        EXPECT_TRUE(pushes[0].record == uniformRecord(planes));
+    }
+
+    static Lines indexLines(const Planes& planes) {
+        Lines out;
+        for (unsigned k = 0; k < 200; ++k) {
+            out.push_back("E Index [" + std::to_string(k) + "] = R = " +
+                          std::to_string(code(planes.c[0][k])) +
+                          " G = " + std::to_string(code(planes.c[1][k])) +
+                          " B = " + std::to_string(code(planes.c[2][k])));
+        }
+        return out;
+    }
+
+    HdrLayerColorInfo layers_[4];
+    HdrPlaybackInfo info_;
+    std::vector<uint32_t> lut_[4];
+    HdrLayerLut desc_[4], blend_;
+    uint8_t applied_[4];
+    HdrLutSet set_;
+    LogCapture log_;
+};
+
+// ---- One row of the decision table per case.
+
+enum class Result { kLayerLut, kCleared, kHardware };
+
+struct Row {
+    const char* name;
+    Layer layer;
+    uint32_t blendSpace;
+    uint8_t hw;
+    Pipeline pipeline;                // null: no pipeline runs
+    void (*settings)(TMParams& p);    // the row's fields on top of the per-call setup
+    Result result;
+    Lines log;                        // after prologue and PCC lines; "%lld" is the checksum
+    int blendReserved, blendApplied;  // -1: untouched
+};
+
+void PrintTo(const Row& row, std::ostream* os) { *os << row.name; }
+
+class DecisionRow : public Entry, public ::testing::WithParamInterface<Row> {};
+
+TEST_P(DecisionRow, RunsItsPipelineAndFillsItsOutputs) {
+    const Row& row = GetParam();
+    Planes planes;
+    if (row.pipeline != nullptr) planes = expectedPlanes(row.hw, row.pipeline, row.settings);
+    ASSERT_EQ(call(row.blendSpace, row.hw, {row.layer}), 1);
+
+    Lines expected = row.hw ? kIdentityPccLog : Lines{};
+    if (row.result == Result::kHardware && row.layer.transfer == 16) {
+        const Lines index = indexLines(planes);
+        expected.insert(expected.end(), index.begin(), index.end());
+    }
+    for (const std::string& line : row.log) {
+        expected.push_back(withSum(line.c_str(), planes.checksum(0)));
+    }
+    expected.push_back(kEnd);
+    EXPECT_EQ(log(), expected);
+
+    expectLayer(0, row.result == Result::kLayerLut ? &planes : nullptr);
+    expectBlend(row.result == Result::kHardware ? 1 : 0, row.blendReserved, row.blendApplied);
+    if (row.result == Result::kHardware) {
+        expectPush(planes);
+    } else {
+        EXPECT_TRUE(krel::sim::Pushes().empty());
+    }
+    EXPECT_FALSE(krel::sim::Held());
+}
+
+void none(TMParams&) {}
+void hardwareSettings(TMParams& p) { p.grid_set = 0, p.out_bit_depth = 12; }
+void sdrSettings(TMParams& p) { p.grid_set = 1; }
+
+const Row kRows[] = {
+    {"PqPerLayer", {16}, 1, 0, lut3d_process,
+     [](TMParams& p) { p.pcc_enable = 0, p.grid_set = 1; }, Result::kLayerLut,
+     {"I Line = 1852 Forward Tonemap checksum = %lld"}, 0, 0},
+    {"PqUnderPqBlendWithoutHardware", {16}, 0, 0, nullptr, none, Result::kCleared, {}, 0, 0},
+    {"PqHardware", {16}, 0, 1, lut3d_process, hardwareSettings, Result::kHardware,
+     {"E Line: 1785 Forward checksum is = %lld", "I SetActiveParam for 3D LUt returned = 0"}, 0, 1},
+    {"HlgUnderPqBlend", {18}, 0, 0, inverse_lut3d_process,
+     [](TMParams& p) { p.gamut_mode = 0, p.inverse_bt2020_luma = 1, p.grid_set = 1; },
+     Result::kLayerLut, {"E Line: 1988 Inverse Checksum = %lld"}, -1, -1},
+    {"HlgPerLayer", {18}, 1, 0, HLG_lut3d_process,
+     [](TMParams& p) { p.pcc_enable = 0, p.grid_set = 0; }, Result::kLayerLut,
+     {"I Line: 2017 Inverse Checksum = %lld"}, -1, -1},
+    {"HlgUnderHlgBlendWithoutHardware", {18}, 2, 0, nullptr, none, Result::kCleared, {}, -1, -1},
+    {"HlgHardware", {18}, 2, 1, HLG_lut3d_process, hardwareSettings, Result::kHardware,
+     {"I HLG_lut3d_process : peakLuma = 500  blackLevel = 0.020000",
+      "I Line: 1922 Forward checksum is = %lld"}, 0, 1},
+    {"HlgOtherBlend", {18}, 3, 1, nullptr, none, Result::kCleared, {}, -1, -1},
+    {"SdrUnderPqBlend", {1}, 0, 0, inverse_lut3d_process, sdrSettings, Result::kLayerLut, {"E Inverse checksum = %lld"}, -1, -1},
+    {"SdrClassUnderHlgBlend", {5, 2}, 2, 0, HLG_inverse_lut3d_process, sdrSettings,
+     Result::kLayerLut, {"E Inverse checksum = %lld"}, -1, -1},
+    {"SdrPerLayerBlend", {1, 2}, 1, 0, nullptr, none, Result::kCleared, {}, -1, -1},
+    {"SdrOtherBlend", {1}, 7, 0, nullptr, none, Result::kCleared, {}, -1, -1},
+    {"OtherLayer", {14, 1}, 0, 0, nullptr, none, Result::kCleared, {}, -1, -1},
+};
+INSTANTIATE_TEST_SUITE_P(Rows, DecisionRow, ::testing::ValuesIn(kRows),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Entry, PqLayerAfterTheBlendLutIsTakenIsCleared) {
+    ASSERT_EQ(call(0, 1, {{16}, {16}}), 1);
+    expectLayer(1, nullptr);
+    EXPECT_EQ(krel::sim::Pushes().size(), 1u);
+    EXPECT_EQ(log(kPrologueLines + 3 + 200 + 2), Lines{kEnd});
+}
+
+TEST_F(Entry, PqLayerUnderHlgBlendRefusesAndKeepsTheManager) {
+    ASSERT_EQ(call(2, 1, {{1}, {16}}), 0);
+    const Planes sdr = expectedPlanes(1, HLG_inverse_lut3d_process, sdrSettings);
+    expectLayer(0, &sdr);  // written before the refusal, kept
+    EXPECT_EQ(log().back(), withSum("E Inverse checksum = %lld", sdr.checksum(0)));
+    EXPECT_TRUE(krel::sim::Held());
+    ASSERT_EQ(call(0, 0, {}), 1);  // reuses the held manager, then releases it
+    const auto calls = krel::sim::Calls();
+    ASSERT_EQ(calls.size(), 4u);
+    EXPECT_EQ(calls[2].kind, krel::sim::Call::kGet);
+    EXPECT_EQ(calls[3].kind, krel::sim::Call::kRelease);
+}
+
+TEST_F(Entry, HlgLayerAfterTheHlgBlendLutPrintsItsRefusal) {
+    ::testing::internal::CaptureStdout();
+    const int result = call(2, 1, {{18}, {18}});
+    std::fflush(stdout);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "blending space can't be SPACE_HLG!");
+    EXPECT_EQ(result, 0);
+    const Planes hlg = expectedPlanes(1, HLG_lut3d_process, hardwareSettings);
+    EXPECT_EQ(log().back(), withSum("I Line: 1922 Forward checksum is = %lld", hlg.checksum(0)));
+    expectLayer(1, nullptr);
+    ASSERT_EQ(call(0, 0, {}), 1);  // releases the manager the refusal kept
+}
+
+TEST_F(Entry, DefaultsPrologueLogsEverySetting) {
+    ASSERT_EQ(call(0, 0, {}), 1);
+    Lines expected = {"E HDR_playback_strategies ++++++++++++",
+                      "E HDR xml File not present, default values are used."};
+    for (int v : {0, 62, 123, 185, 254, 308, 386, 451, 482, 513, 544, 575, 606, 637, 668, 923, 1023})
+        expected.push_back(format("I lut_in = %lld.000000  ", v));
+    for (int v : {0, 35, 65, 95, 131, 190, 289, 400, 444, 528, 565, 674, 779, 840, 1000, 1023, 1023})
+        expected.push_back(format("I lut_out = %lld.000000  ", v));
+    expected.insert(
+        expected.end(),
+        {"E line = 1591 luma = 500 nits blackLevel = 0.020000 nits, clipping luma = 0.000000",
+         "E output color space = 3", "E output gamma space = 1",
+         "E TM control knobs:T0 = 0.000500, M=2.000000, lmid =8.000000, intl = 125.000000, "
+         "inth = 275.000000, slope =1.150000",
+         "E linear scale enable = 0, scale start =0.000000 nits, ratio =0.000000, ind = 0, val =0",
+         kEnd});
+    EXPECT_EQ(log(0), expected);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(applied_[i], 0x77);  // no layer touched
+    expectBlend(0, -1, -1);
+}
+
+TEST_F(Entry, UnreadableTuningFileTakesTheDefaults) {
+    property_set(kProperty, "/nonexistent/hdr_tuning.xml");
+    ASSERT_EQ(call(0, 0, {}), 1);
+    const Lines all = log(0);
+    EXPECT_EQ(Lines(all.begin() + 1, all.begin() + 4),
+              (Lines{"E file name: /nonexistent/hdr_tuning.xml", "E default values are applied",
+                     "I lut_in = 0.000000  "}));
+    EXPECT_EQ(g_params_ready, 0);
+}
+
+TEST_F(Entry, LayersAboveFourAndMissingDescriptorsAreSkipped) {
+    set_.layer_luts[1] = nullptr;
+    ASSERT_EQ(call(1, 0, {{18}, {18}, {18}, {18}}), 1);
+    info_.num_layers = 200;
+    ASSERT_EQ(HDR_playback_strategies(&info_, &set_), 1);
+    EXPECT_EQ(applied_[1], 0x77);
+    EXPECT_EQ(applied_[3], 1);
+    EXPECT_EQ(HDR_playback_strategies(nullptr, &set_), 0);
+    EXPECT_EQ(hdr_to_hdr_tm(), 0);
+}
+
+// PQ to the hardware, then HLG and two SDR layers on one working record whose
+// settings carry from row to row; the inverse checksums add up across layers.
+TEST_F(Entry, SeveralLayersShareStateAndSumTheirChecksums) {
+    PccCoefficients pcc = identityPcc();
+    TMParams p = workingDefaults(1, &pcc);
+    hardwareSettings(p);
+    const Planes pq = run(lut3d_process, p);
+    p.gamut_mode = 0, p.inverse_bt2020_luma = 1, p.grid_set = 1, p.out_bit_depth = 10;
+    const Planes hlg = run(inverse_lut3d_process, p);
+    p.inverse_bt2020_luma = 0;
+    const Planes sdr = run(inverse_lut3d_process, p);
+    ASSERT_EQ(call(0, 1, {{16}, {18}, {1}, {3, 2}}), 1);
+
+    const uint32_t sum1 = hlg.checksum(0), sum2 = sdr.checksum(sum1), sum3 = sdr.checksum(sum2);
+    const Lines all = log();
+    EXPECT_EQ(Lines(all.begin() + 3 + 200, all.end()),
+              (Lines{withSum("E Line: 1785 Forward checksum is = %lld", pq.checksum(0)),
+                     "I SetActiveParam for 3D LUt returned = 0",
+                     withSum("E Line: 1988 Inverse Checksum = %lld", sum1),
+                     withSum("E Inverse checksum = %lld", sum2),
+                     withSum("E Inverse checksum = %lld", sum3), kEnd}));
+    expectLayer(0, nullptr);
+    expectLayer(1, &hlg);
+    expectLayer(2, &sdr);
+    expectLayer(3, &sdr);
+    expectPush(pq);
+}
+
+// ---- Colour-manager faults: logged, and the call goes on.
+
+TEST_F(Entry, FailedAcquisitionSkipsPccAndPushButBuildsTheLut) {
+    krel::sim::FailAcquire(true);
+    const Planes pq = expectedPlanes(1, lut3d_process, hardwareSettings, false);
+    ASSERT_EQ(call(0, 1, {{16}}), 1);
+    const Lines all = log();
+    EXPECT_EQ(all.front(), "E failed Acquiring ColorManager");
+    EXPECT_EQ(Lines(all.end() - 2, all.end()),
+              (Lines{withSum("E Line: 1785 Forward checksum is = %lld", pq.checksum(0)), kEnd}));
+    expectBlend(1, 0, 1);
+    EXPECT_TRUE(krel::sim::Pushes().empty());
+}
+
+TEST_F(Entry, FailedPccReadLeavesTheBlockZero) {
+    krel::sim::FailPccRead(-2);
+    const Planes pq = expectedPlanes(1, lut3d_process, hardwareSettings, false);
+    ASSERT_EQ(call(0, 1, {{16}}), 1);
+    EXPECT_EQ(log().front(), "E Failed getting the Virtual PCC");
+    expectPush(pq);
+}
+
+TEST_F(Entry, FailedPushIsLoggedPerBranch) {
+    krel::sim::FailPush(-5);
+    ASSERT_EQ(call(0, 1, {{16}}), 1);
+    EXPECT_EQ(*(log().end() - 2), "I SetActiveParam for 3D LUt returned = -5");
+    ASSERT_EQ(call(2, 1, {{18}}), 1);
+    EXPECT_EQ(*(log().end() - 2), "E SetActiveParam for 3D LUt returned = -5");
+}
+
+// Calls are serialised: each thread's calls see the colour manager acquired,
+// read, pushed and released without the other's calls in between.
+TEST_F(Entry, TwoThreadsAtOnceGetTheirOwnLuts) {
+    const Planes pq = expectedPlanes(1, lut3d_process, hardwareSettings);
+    const Planes hlg = expectedPlanes(1, HLG_lut3d_process, hardwareSettings);
+    struct Records : Entry {
+        void TestBody() override {}
+    } second;
+    second.SetUp();
+    constexpr int kCalls = 20;
+    std::thread a([&] { for (int n = 0; n < kCalls; ++n) EXPECT_EQ(call(0, 1, {{16}}), 1); });
+    std::thread b([&] { for (int n = 0; n < kCalls; ++n) EXPECT_EQ(second.call(2, 1, {{18}}), 1); });
+    a.join();
+    b.join();
+    const auto calls = krel::sim::Calls();
+    ASSERT_EQ(calls.size(), 4u * 2 * kCalls);
+    using krel::sim::Call;
+    const Call::Kind cycle[4] = {Call::kAcquire, Call::kGet, Call::kSet, Call::kRelease};
+    for (size_t n = 0; n < calls.size(); ++n) EXPECT_EQ(calls[n].kind, cycle[n % 4]) << n;
+    const auto pqRecord = uniformRecord(pq), hlgRecord = uniformRecord(hlg);
+    for (const auto& push : krel::sim::Pushes())
+        EXPECT_TRUE(push.record == pqRecord || push.record == hlgRecord);
+}
+
+// ---- Tuning: loaded once per process, so each case runs in a child process.
+
+void inFreshProcess(const std::function<void()>& body) {
+    std::fflush(nullptr);
+    const pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        body();
+        std::fflush(nullptr);
+        _exit(::testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child failed, see its output";
+}
+
+std::string dataFile(const char* name) { return std::string(HDRTM_TEST_DATA_DIR) + "/" + name; }
+
+TEST_F(Entry, FailedTuningLoadIsLoggedOnceAndNeverRetried) {
+    inFreshProcess([&] {
+        const std::string path = dataFile("tuning_wrong_root.xml");
+        ASSERT_EQ(property_set(kProperty, path.c_str()), 0);
+        ASSERT_EQ(call(1, 0, {}), 1);
+        const Lines first = log(0);
+        EXPECT_EQ(Lines(first.begin() + 1, first.begin() + 3),
+                  (Lines{"E file name: " + path, "E TMParam loading fails!"}));
+        EXPECT_EQ(g_params_ready, 1);
+        EXPECT_EQ(g_params.pcc, &g_pcc);
+        ASSERT_EQ(call(1, 0, {}), 1);
+        EXPECT_EQ(lineStarting(log(0), "E TMParam"), "");
+    });
+}
+
+// Clipping luminance from the first qualifying layer, and the linear-scale
+// table it selects, on a 500-nit panel.
+TEST_F(Entry, ClippingLuminanceDrivesTheLinearScale) {
+    inFreshProcess([&] {
+        ASSERT_EQ(property_set(kProperty, dataFile("tuning_linear_scale.xml").c_str()), 0);
+        struct Case { uint32_t master0, cll0, master1; const char* clip; const char* scale; };
+        const Case cases[] = {
+            {40000000, 0, 10000000, "4000.000000", "300.000000 nits, ratio =0.475676, ind = 6, val =2060"},
+            {0, 600, 10000000, "1000.000000", "450.000000 nits, ratio =0.781818, ind = 0, val =880"},
+            {44995000, 0, 0, "4499.500000", "500.000000 nits, ratio =1.000000, ind = 0, val =0"},
+            {45000000, 0, 0, "4500.000000", "450.000000 nits, ratio =0.397531, ind = 0, val =2060"},
+            {100000000, 0, 0, "10000.000000", "300.000000 nits, ratio =0.281443, ind = 6, val =3030"},
+        };
+        for (const Case& c : cases) {
+            layers_[0].master_max_luminance = c.master0;
+            layers_[0].cll_present = c.cll0 != 0;
+            layers_[0].max_cll = c.cll0;
+            layers_[1].master_max_luminance = c.master1;
+            ASSERT_EQ(call(0, 0, {{16}, {16}}), 1);
+            const Lines all = log(0);
+            EXPECT_EQ(lineStarting(all, "I src0"),
+                      format("I src0: master = %lld, content = ", c.master0) + std::to_string(c.cll0));
+            EXPECT_EQ(lineStarting(all, "I src 1"),
+                      format("I src 1: master = %lld, content = 0", c.master1));
+            EXPECT_EQ(lineStarting(all, "E line = 1591"),
+                      "E line = 1591 luma = 500 nits blackLevel = 0.001000 nits, clipping luma = " +
+                          std::string(c.clip));
+            EXPECT_EQ(lineStarting(all, "E linear"),
+                      "E linear scale enable = 1, scale start =" + std::string(c.scale));
+        }
+    });
+}
+
+TEST_F(Entry, TunedClippingBelowOneThousandNitsTakesTheFirstIndex) {
+    inFreshProcess([&] {
+        ASSERT_EQ(property_set(kProperty, dataFile("tuning_low_clip.xml").c_str()), 0);
+        ASSERT_EQ(call(0, 0, {}), 1);
+        EXPECT_EQ(lineStarting(log(0), "E linear"),
+                  "E linear scale enable = 1, scale start =450.000000 nits, ratio =1.228571, "
+                  "ind = 0, val =880");
+    });
+}
+
+// Format 2.0: the tone curve is rebuilt and the hardware LUT carries its
+// non-uniform 12-bit grid.
+TEST_F(Entry, VersionTwoTuningSendsGridCoordinates) {
+    inFreshProcess([&] {
+        ASSERT_EQ(property_set(kProperty, dataFile("tuning_v2_p3.xml").c_str()), 0);
+        ASSERT_EQ(call(0, 1, {{16}}), 1);
+        TMParams curve = g_params;
+        CalCurveLUT(&curve);
+        const Lines all = log(0);
+        EXPECT_EQ(lineStarting(all, "I lut_in"),
+                  "I lut_in = " + std::to_string(curve.curve.points_x[0]) + "  ");
+        const auto pushes = krel::sim::Pushes();
+        ASSERT_EQ(pushes.size(), 1u);
+        uint32_t uniform, words[2 * 6];
+        std::memcpy(&uniform, pushes[0].record.data() + 8, 4);
+        EXPECT_EQ(uniform, 0u);
+        std::memcpy(words, pushes[0].record.data() + 16 + 16 * 24, sizeof(words));
+        EXPECT_EQ(std::vector<uint32_t>(words, words + 3), (std::vector<uint32_t>{4096, 0, 0}));
+        EXPECT_EQ(std::vector<uint32_t>(words + 6, words + 9), (std::vector<uint32_t>{0, 248, 0}));
+        EXPECT_EQ(std::count_if(all.begin(), all.end(),
+                                [](const std::string& l) { return l.rfind("I sampling grid", 0) == 0; }),
+                  17);
+    });
+}
+
+}  // namespace
