@@ -1,0 +1,157 @@
+// Whole LUTs pinned: for fixed tuning files and layer sets, the checksums the
+// entry logs and an FNV-1a 64 hash of every output byte (layer LUTs with
+// their descriptors and flags, the blend descriptor, the pushed hardware
+// records) must match tests/data/golden_luts.txt on every architecture.
+// HDRTM_UPDATE_GOLDEN=1 rewrites the file from this build.
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+#include <krel/color_manager_sim.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "hdr_tm.h"
+#include "log_capture.h"
+
+namespace {
+
+constexpr unsigned kCount = 17 * 17 * 17;
+const std::string kGoldenFile = std::string(HDRTM_TEST_DATA_DIR) + "/golden_luts.txt";
+
+struct Fnv1a64 {
+    uint64_t hash = 0xCBF29CE484222325ull;
+    void add(const void* data, size_t size) {
+        for (size_t i = 0; i < size; ++i) {
+            hash ^= static_cast<const uint8_t*>(data)[i];
+            hash *= 0x100000001B3ull;
+        }
+    }
+    void addDescriptor(const HdrLayerLut& lut) {
+        add(&lut.dim_x, 4);  // dim_x, dim_y
+        add(&lut.enabled, 1);
+        add(&lut.reserved_flag, 1);
+    }
+};
+
+struct LayerSet {
+    const char* name;
+    uint32_t blendSpace;
+    uint8_t hw;
+    std::vector<uint32_t> transfers;  // content class 2 for any transfer other than 16 and 18
+};
+
+const LayerSet kLayerSets[] = {
+    {"pq-blend", 0, 1, {16, 18, 1, 4}},
+    {"per-layer", 1, 1, {16, 18, 1}},
+    {"hlg-blend", 2, 1, {18, 1, 6}},
+    {"sdr-only", 0, 0, {1, 13}},
+};
+const char* const kTunings[] = {"defaults", "tuning_v2_p3.xml", "tuning_v1_bt709.xml"};
+
+// "<ret> <checksums...> <hash>" for one call of the entry.
+std::string runLayerSet(const LayerSet& set) {
+    HdrLayerColorInfo layers[4] = {};
+    std::vector<uint32_t> buffers[4];
+    HdrLayerLut luts[4] = {}, blend = {};
+    uint8_t applied[4] = {};
+    HdrLutSet lutSet = {};
+    for (int i = 0; i < 4; ++i) {
+        buffers[i].assign(kCount, 0);
+        luts[i].entries = buffers[i].data();
+        lutSet.layer_luts[i] = &luts[i];
+    }
+    lutSet.layer_lut_applied = applied;
+    lutSet.blend_lut = &blend;
+    for (size_t i = 0; i < set.transfers.size(); ++i) {
+        layers[i].transfer = set.transfers[i];
+        layers[i].primaries = 9;
+        layers[i].content_class = 2;
+        layers[i].master_max_luminance = 40000000;  // 4000 nits
+    }
+    HdrPlaybackInfo info = {};
+    info.blend_space = set.blendSpace;
+    info.hw_enable = set.hw;
+    info.num_layers = static_cast<uint8_t>(set.transfers.size());
+    info.layers = layers;
+
+    krel::sim::Reset();
+    LogCapture log;
+    std::ostringstream out;
+    out << HDR_playback_strategies(&info, &lutSet);
+    for (const std::string& line : log.texts()) {
+        if (line.find("hecksum") != std::string::npos) out << ' ' << line.substr(line.rfind(' ') + 1);
+    }
+    Fnv1a64 fnv;
+    for (int i = 0; i < 4; ++i) {
+        fnv.addDescriptor(luts[i]);
+        fnv.add(&applied[i], 1);
+        fnv.add(buffers[i].data(), buffers[i].size() * 4);
+    }
+    fnv.addDescriptor(blend);
+    fnv.add(&lutSet.blend_lut_applied, 1);
+    for (const auto& push : krel::sim::Pushes()) fnv.add(push.record.data(), push.record.size());
+    char hash[24];
+    std::snprintf(hash, sizeof(hash), " %016llx", static_cast<unsigned long long>(fnv.hash));
+    return out.str() + hash;
+}
+
+// Lines "<tuning> <layer set> <result>" for one tuning, computed in a child
+// process: the tuning is loaded once per process.
+std::vector<std::string> runTuning(const std::string& tuning) {
+    int fds[2];
+    EXPECT_EQ(pipe(fds), 0);
+    std::fflush(nullptr);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        close(fds[0]);
+        const std::string path = std::string(HDRTM_TEST_DATA_DIR) + "/" + tuning;
+        property_set("ro.vendor.display.hdr.config", tuning == "defaults" ? "" : path.c_str());
+        std::string text;
+        for (const LayerSet& set : kLayerSets) text += tuning + ' ' + set.name + ' ' + runLayerSet(set) + '\n';
+        const bool ok = write(fds[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
+        _exit(ok ? 0 : 1);
+    }
+    close(fds[1]);
+    std::string text;
+    char buffer[4096];
+    for (ssize_t n; (n = read(fds[0], buffer, sizeof(buffer))) > 0;) text.append(buffer, n);
+    close(fds[0]);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+TEST(GoldenLuts, EveryOutputByteIsUnchanged) {
+    std::vector<std::string> computed;
+    for (const char* tuning : kTunings) {
+        const auto lines = runTuning(tuning);
+        computed.insert(computed.end(), lines.begin(), lines.end());
+    }
+    ASSERT_EQ(computed.size(), std::size(kTunings) * std::size(kLayerSets));
+
+    if (const char* update = std::getenv("HDRTM_UPDATE_GOLDEN"); update && *update == '1') {
+        std::ofstream out(kGoldenFile);
+        out << "# <tuning> <layer set> <result> <logged checksums...> <FNV-1a 64 of every output byte>\n";
+        for (const std::string& line : computed) out << line << '\n';
+        GTEST_SKIP() << "rewrote " << kGoldenFile;
+    }
+    std::vector<std::string> golden;
+    std::ifstream in(kGoldenFile);
+    for (std::string line; std::getline(in, line);)
+        if (!line.empty() && line[0] != '#') golden.push_back(line);
+    EXPECT_EQ(computed, golden);
+}
+
+}  // namespace
