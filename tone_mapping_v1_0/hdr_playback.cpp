@@ -63,6 +63,7 @@ constexpr uint32_t kGridSetUniform = 1;
 // working state are process-wide.
 std::mutex gEntryMutex;
 
+using Pipeline = void (*)(TMParams*, float**);
 enum class HardwareBranch { kPq, kHlg };
 enum class LayerResult { kDone, kRefused };
 
@@ -205,8 +206,10 @@ void clearBlend(HdrLutSet* luts) {
 
 bool blendTaken(const HdrLutSet* luts) { return luts->blend_lut->enabled == 1; }
 
-// Packs the planes into layer i's LUT; returns `sum` plus its checksum.
-uint32_t writeLayerLut(CallState& s, int i, uint32_t sum) {
+// Runs the pipeline and packs the planes into layer i's LUT; returns `sum`
+// plus the LUT's checksum.
+uint32_t layerLut(CallState& s, int i, Pipeline pipeline, uint32_t sum) {
+    pipeline(&s.params, s.planes);
     HdrLayerLut* lut = s.luts->layer_luts[i];
     lut->enabled = 1;
     lut->dim_x = s.params.grid_size;
@@ -257,8 +260,7 @@ LayerResult pqLayer(CallState& s, int i) {
         setGamutMode(p, kGamutMapping);
         p->pcc_enable = 0;
         prepare(p, kGridSetUniform, kLayerBitDepth);
-        lut3d_process(p, s.planes);
-        s.forwardSum = writeLayerLut(s, i, s.forwardSum);
+        s.forwardSum = layerLut(s, i, lut3d_process, s.forwardSum);
         clearBlend(s.luts);
         HDRTM_LOGI("Line = %d Forward Tonemap checksum = %d", kLinePqPerLayer,
                    static_cast<int>(s.forwardSum));
@@ -284,15 +286,13 @@ LayerResult hlgLayer(CallState& s, int i) {
         setGamutMode(p, kGamutNone);
         p->inverse_bt2020_luma = 1;
         prepare(p, kGridSetUniform, kLayerBitDepth);
-        inverse_lut3d_process(p, s.planes);
-        s.inverseSum = writeLayerLut(s, i, s.inverseSum);
+        s.inverseSum = layerLut(s, i, inverse_lut3d_process, s.inverseSum);
         HDRTM_LOGE("Line: %d Inverse Checksum = %d", kLineHlgUnderPq,
                    static_cast<int>(s.inverseSum));
     } else if (s.blendSpace == kBlendSpacePerLayer) {
         p->pcc_enable = 0;
         prepare(p, kGridSetTuned, kLayerBitDepth);
-        HLG_lut3d_process(p, s.planes);
-        s.inverseSum = writeLayerLut(s, i, s.inverseSum);
+        s.inverseSum = layerLut(s, i, HLG_lut3d_process, s.inverseSum);
         // "Inverse" although this is the forward HLG pipeline: intended.
         HDRTM_LOGI("Line: %d Inverse Checksum = %d", kLineHlgPerLayer,
                    static_cast<int>(s.inverseSum));
@@ -324,12 +324,10 @@ void sdrLayer(CallState& s, int i) {
     }
     p->inverse_bt2020_luma = 0;
     prepare(p, kGridSetUniform, kLayerBitDepth);
-    if (s.blendSpace == kBlendSpacePq) {
-        inverse_lut3d_process(p, s.planes);
-    } else {
-        HLG_inverse_lut3d_process(p, s.planes);
-    }
-    s.inverseSum = writeLayerLut(s, i, s.inverseSum);
+    s.inverseSum = layerLut(s, i,
+                            s.blendSpace == kBlendSpacePq ? inverse_lut3d_process
+                                                          : HLG_inverse_lut3d_process,
+                            s.inverseSum);
     HDRTM_LOGE("Inverse checksum = %d", static_cast<int>(s.inverseSum));
 }
 
