@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "../tone_mapping_v1_0/hdr_playback.h"
+#include "playback_driver.h"
 #include "log_capture.h"
 
 namespace {

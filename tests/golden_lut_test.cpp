@@ -20,6 +20,7 @@
 
 #include "hdr_tm.h"
 #include "log_capture.h"
+#include "tuning_path.h"
 
 namespace {
 
@@ -112,8 +113,10 @@ std::vector<std::string> runTuning(const std::string& tuning) {
     const pid_t pid = fork();
     if (pid == 0) {
         close(fds[0]);
-        const std::string path = std::string(HDRTM_TEST_DATA_DIR) + "/" + tuning;
-        property_set("ro.vendor.display.hdr.config", tuning == "defaults" ? "" : path.c_str());
+        const std::string path = shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/" + tuning);
+        if (property_set("ro.vendor.display.hdr.config", tuning == "defaults" ? "" : path.c_str()) != 0) {
+            _exit(2);  // the tuning could not be named: fail rather than compare defaults
+        }
         std::string text;
         for (const LayerSet& set : kLayerSets) text += tuning + ' ' + set.name + ' ' + runLayerSet(set) + '\n';
         const bool ok = write(fds[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());

@@ -19,6 +19,7 @@
 
 #include "hdr_tm.h"
 #include "log_capture.h"
+#include "tuning_path.h"
 
 namespace {
 
@@ -479,7 +480,9 @@ void inFreshProcess(const std::function<void()>& body) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child failed, see its output";
 }
 
-std::string dataFile(const char* name) { return std::string(HDRTM_TEST_DATA_DIR) + "/" + name; }
+std::string dataFile(const char* name) {
+    return shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/" + name);
+}
 
 TEST_F(Entry, FailedTuningLoadIsLoggedOnceAndNeverRetried) {
     inFreshProcess([&] {

@@ -1,7 +1,7 @@
 // Colour-manager exchange and LUT output formats: acquiring the display's
 // colour manager, reading the panel's Virtual PCC, the 12-bit 3D LUT payload
 // and its push, the 10-bit packed layer LUT and the LUT checksum.
-#include "hdr_playback.h"
+#include "playback_driver.h"
 
 #include <krel/color_manager.h>
 

@@ -1,7 +1,7 @@
 // Playback entry: derives the per-call parameters from the tuning and the
 // layers' metadata, picks a LUT pipeline for every layer and hands the result
 // to the caller's descriptors or to the colour manager.
-#include "hdr_playback.h"
+#include "playback_driver.h"
 
 #include <cutils/properties.h>
 #include <unistd.h>

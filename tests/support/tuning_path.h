@@ -1,0 +1,11 @@
+// Tuning files reach the library through a property value, which holds at
+// most 91 characters; a checkout can sit deeper than that. Tests hand the
+// library a copy of the data file under a short path instead.
+#pragma once
+
+#include <string>
+
+// Copies HDRTM_TEST_DATA_DIR-relative `path` (any path) to /tmp/hdrtm_test_<name>
+// and returns the copy's path. The copy is written atomically, so concurrent
+// test processes may share it.
+std::string shortTuningPath(const std::string& path);
