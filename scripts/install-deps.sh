@@ -18,12 +18,14 @@ packages=(
   libtinyxml2-dev android-liblog-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   binutils
+  libcli11-dev nlohmann-json3-dev libpng-dev python3-pyopencolorio
 )
 if [ "$arm64" = 1 ]; then
   packages+=(
     g++-aarch64-linux-gnu binutils-aarch64-linux-gnu qemu-user-static
     libtinyxml2-dev:arm64 android-liblog-dev:arm64
     libgtest-dev:arm64 libgmock-dev:arm64
+    libpng-dev:arm64
   )
 fi
 

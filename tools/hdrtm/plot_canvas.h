@@ -1,0 +1,31 @@
+// One drawing interface with two back ends, so a plot is drawn once and
+// written as SVG (text, scalable) or PNG (raster, built-in pixel font).
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "png_image.h"
+
+namespace hdrtm::tool {
+
+enum class Anchor { kStart, kMiddle, kEnd };
+
+class Canvas {
+public:
+    virtual ~Canvas() = default;
+    virtual void line(float x0, float y0, float x1, float y1, Rgb8 colour, float width,
+                      bool dashed = false) = 0;
+    virtual void rect(float x, float y, float w, float h, Rgb8 colour) = 0;
+    virtual void dot(float x, float y, float radius, Rgb8 colour) = 0;
+    // `y` is the text's baseline.
+    virtual void text(float x, float y, const std::string& s, Rgb8 colour, Anchor anchor) = 0;
+    // Writes the drawing to `path`; throws std::runtime_error when it cannot.
+    virtual void save(const std::string& path) = 0;
+};
+
+// The back end a file name asks for: ".svg" or ".png". Returns null for any
+// other extension.
+std::unique_ptr<Canvas> makeCanvas(const std::string& path, int width, int height);
+
+}  // namespace hdrtm::tool

@@ -1,0 +1,29 @@
+// Preview of a LUT: a test pattern (PQ and HLG grey ramps, saturated colour
+// ramps, a hue sweep) through the LUT, beside the same pattern clipped
+// plainly to the panel.
+#pragma once
+
+#include <string>
+
+#include "cube_file.h"
+#include "png_image.h"
+
+namespace hdrtm::tool {
+
+// Signal encodings of the test pattern (standard formulas in double
+// precision; a preview, not the library's bit-exact arithmetic).
+double pqToNits(double signal);
+double nitsToPq(double nits);
+double hlgToScene(double signal);  // scene light 0..1
+double sceneToHlg(double scene);
+
+// Looks `rgb` (input signal 0..1) up in the table by tetrahedral
+// interpolation between its sample positions.
+std::array<float, 3> lookUp(const CubeTable& table, const std::array<float, 3>& rgb);
+
+// Renders the preview of `table`: the LUT's side on the left, the plain clip
+// on the right, one labelled band per pattern row. `halfWidth` is the width
+// of each side in pixels.
+Image renderPreview(const CubeTable& table, const std::string& title, int halfWidth = 384);
+
+}  // namespace hdrtm::tool

@@ -1,0 +1,563 @@
+#include "tuning_check.h"
+
+#include <tinyxml2.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <string_view>
+
+namespace hdrtm::tool {
+namespace {
+
+using tinyxml2::XMLElement;
+
+// How the loader reads an element's text and where it stores it.
+enum class Kind {
+    kFloat,      // float text
+    kInt16,      // int text stored in 16 bits
+    kSwitch,     // int text stored in 8 bits, meant as 0 or 1
+    kColorName,  // name in the colour-mode map
+    kGammaName,  // name in the output-gamma map
+    kGroup,      // holds child settings
+    kPcc,        // panel_pcc: rows r, g, b of eleven coefficients
+    kToneMap,    // tone_map/points: x and y control points
+};
+
+// What a value must be for the stages that read it.
+enum class Range { kAny, kPositive, kNonNegative };
+
+struct FormatElement {
+    const char* path;      // under hdr_lib; "group/child" for a group's setting
+    Kind kind;
+    const char* fallback;  // what the loader stores when the element is missing
+    Range range;
+};
+
+// The tuning file's format: every element the loader reads, with its
+// fallback. Positive values are those the tone curve takes a log of or
+// divides by.
+constexpr FormatElement kFormat[] = {
+    {"panel_min_luminance", Kind::kFloat, "0.001", Range::kNonNegative},
+    {"panel_max_luminance", Kind::kInt16, "800", Range::kPositive},
+    {"nominal_peak_luminance", Kind::kFloat, "1500.0", Range::kPositive},
+    {"panel_color_mode", Kind::kColorName, "sRGB", Range::kAny},
+    {"output_gamma_space", Kind::kGroup, "space 2p2", Range::kAny},
+    {"output_gamma_space/space", Kind::kGammaName, "2p2", Range::kAny},
+    {"output_gamma_space/val", Kind::kFloat, "2.2", Range::kPositive},
+    {"tone_map_curve_control", Kind::kGroup, "", Range::kAny},
+    {"tone_map_curve_control/t0", Kind::kFloat, "0.01", Range::kPositive},
+    {"tone_map_curve_control/sharp", Kind::kFloat, "2.0", Range::kPositive},
+    {"tone_map_curve_control/slope", Kind::kFloat, "1.0", Range::kPositive},
+    {"tone_map_curve_control/intl", Kind::kFloat, "24.0", Range::kPositive},
+    {"tone_map_curve_control/inth", Kind::kFloat, "275.0", Range::kPositive},
+    {"tone_map_curve_control/pivot", Kind::kFloat, "1000.0", Range::kPositive},
+    {"tone_map_curve_control/LinearBoost", Kind::kFloat, "1.0", Range::kPositive},
+    {"bright", Kind::kGroup, "", Range::kAny},
+    {"bright/enable", Kind::kSwitch, "0", Range::kAny},
+    {"bright/tlower", Kind::kFloat, "0.05", Range::kNonNegative},
+    {"bright/tupper", Kind::kFloat, "400.0", Range::kPositive},
+    {"bright/sysGamma", Kind::kFloat, "1.0", Range::kPositive},
+    {"sat", Kind::kGroup, "", Range::kAny},
+    {"sat/enable", Kind::kSwitch, "0", Range::kAny},
+    {"sat/t1", Kind::kFloat, "0.005", Range::kNonNegative},
+    {"sat/t2", Kind::kFloat, "0.05", Range::kNonNegative},
+    {"sat/kmax", Kind::kFloat, "1.2", Range::kPositive},
+    {"upper", Kind::kGroup, "", Range::kAny},
+    {"upper/enableM", Kind::kSwitch, "1", Range::kAny},
+    {"upper/linearScale", Kind::kSwitch, "0", Range::kAny},
+    {"upper/fixedClip", Kind::kSwitch, "1", Range::kAny},
+    {"upper/clipLuma", Kind::kFloat, "1000.0", Range::kPositive},
+    {"upper/fixedRatio", Kind::kSwitch, "1", Range::kAny},
+    {"upper/scaleStart", Kind::kFloat, "1000.0", Range::kPositive},
+    {"upper/ratio", Kind::kFloat, "1.0", Range::kAny},
+    {"panel_pcc", Kind::kPcc, "no panel correction", Range::kAny},
+    {"tone_map", Kind::kToneMap, "the built-in control points", Range::kAny},
+};
+
+// Panel colour-correction rows and their terms, with the loader's fallbacks.
+constexpr const char* kPccRows[] = {"r", "g", "b"};
+constexpr const char* kPccRowColour[] = {"red", "green", "blue"};
+struct PccTermInfo {
+    const char* name;
+    float fallback;
+    float identity[3];  // the term's value in an identity row r, g, b
+};
+constexpr PccTermInfo kPccTerms[] = {
+    {"c", 0.0f, {0, 0, 0}},  {"r", 1.0f, {1, 0, 0}},  {"g", 1.0f, {0, 1, 0}},
+    {"b", 1.0f, {0, 0, 1}},  {"rr", 0.0f, {0, 0, 0}}, {"gg", 0.0f, {0, 0, 0}},
+    {"bb", 0.0f, {0, 0, 0}}, {"rg", 0.0f, {0, 0, 0}}, {"gb", 0.0f, {0, 0, 0}},
+    {"rb", 0.0f, {0, 0, 0}}, {"rgb", 0.0f, {0, 0, 0}},
+};
+
+constexpr const char* kColorNames[] = {"sRGB", "BT709", "ADOBE", "DCIP3", "BT2020"};
+constexpr const char* kGammaNames[] = {"linear", "BT709", "sRGB", "2p2", "2d2", "custom"};
+
+constexpr int kCurvePoints = 17;       // control points the loader stores
+constexpr int kCurveMaxPoints = 24;    // slots of the control-point table
+constexpr int kMaxCode = 1023;         // largest 10-bit code
+constexpr const char* kVersionTwo = "2.0";
+
+std::string quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
+
+std::string lower(std::string_view s) {
+    std::string out(s);
+    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+}
+
+int editDistance(std::string_view a, std::string_view b) {
+    std::vector<int> row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j) row[j] = static_cast<int>(j);
+    for (size_t i = 1; i <= a.size(); ++i) {
+        int diagonal = row[0];
+        row[0] = static_cast<int>(i);
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const int up = row[j];
+            const int cost = std::tolower(static_cast<unsigned char>(a[i - 1])) ==
+                                     std::tolower(static_cast<unsigned char>(b[j - 1]))
+                                 ? 0
+                                 : 1;
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + cost});
+            diagonal = up;
+        }
+    }
+    return row[b.size()];
+}
+
+// " (did you mean "X"?)" for the closest candidate within two edits.
+std::string suggestion(std::string_view name, const std::vector<std::string>& candidates) {
+    std::string best;
+    int bestDistance = 3;
+    for (const std::string& c : candidates) {
+        const int d = editDistance(name, c);
+        if (d < bestDistance) {
+            bestDistance = d;
+            best = c;
+        }
+    }
+    return best.empty() ? "" : " (did you mean " + quoted(best) + "?)";
+}
+
+std::string trimmed(const char* text) {
+    std::string s = text ? text : "";
+    const auto notSpace = [](unsigned char c) { return !std::isspace(c); };
+    s.erase(s.begin(), std::find_if(s.begin(), s.end(), notSpace));
+    s.erase(std::find_if(s.rbegin(), s.rend(), notSpace).base(), s.end());
+    return s;
+}
+
+std::string formatFloat(double v) {
+    char buffer[32];
+    std::snprintf(buffer, sizeof(buffer), "%g", v);
+    return buffer;
+}
+
+class Checker {
+public:
+    explicit Checker(CheckResult& result) : result_(result) {}
+
+    void checkRoot(XMLElement* root) {
+        const char* version = root->Attribute("version");
+        if (version != nullptr) {
+            result_.versionTwo = std::strcmp(version, kVersionTwo) == 0;
+            if (!result_.versionTwo && std::strcmp(version, "1.0") != 0) {
+                warn(root, "version " + quoted(version) +
+                               " is not exactly \"2.0\": the file is read as version 1.0 "
+                               "(parametric tone curve, uniform grid)");
+            }
+        }
+        checkChildren(root, "", "hdr_lib");
+        for (const FormatElement& e : kFormat) {
+            if (std::strchr(e.path, '/') != nullptr) continue;
+            XMLElement* el = root->FirstChildElement(e.path);
+            switch (e.kind) {
+                case Kind::kGroup: checkGroup(root, el, e); break;
+                case Kind::kPcc: checkPcc(root, el); break;
+                case Kind::kToneMap: checkToneMap(root, el); break;
+                default: checkSetting(root, el, e); break;
+            }
+        }
+        checkLuminanceRange(root);
+    }
+
+private:
+    void add(const XMLElement* at, Severity severity, std::string message) {
+        result_.diagnostics.push_back({at ? at->GetLineNum() : 0, severity, std::move(message)});
+    }
+    void warn(const XMLElement* at, std::string message) {
+        add(at, Severity::kWarning, std::move(message));
+    }
+    void error(const XMLElement* at, std::string message) {
+        add(at, Severity::kError, std::move(message));
+    }
+
+    // Names the format knows directly under `prefix` ("" for the root).
+    static std::vector<std::string> knownChildren(const std::string& prefix) {
+        std::vector<std::string> names;
+        for (const FormatElement& e : kFormat) {
+            const std::string path = e.path;
+            if (prefix.empty()) {
+                if (path.find('/') == std::string::npos) names.push_back(path);
+            } else if (path.rfind(prefix + "/", 0) == 0) {
+                names.push_back(path.substr(prefix.size() + 1));
+            }
+        }
+        return names;
+    }
+
+    // Unknown children (likely typos) and repeated ones (only the first counts).
+    void checkChildren(XMLElement* parent, const std::string& prefix, const std::string& label,
+                       std::vector<std::string> known = {}, bool repeatsAllowed = false) {
+        if (known.empty()) known = knownChildren(prefix);
+        std::map<std::string, int> firstLine;
+        for (XMLElement* c = parent->FirstChildElement(); c; c = c->NextSiblingElement()) {
+            const std::string name = c->Name();
+            if (std::find(known.begin(), known.end(), name) == known.end()) {
+                warn(c, "unknown element <" + name + "> in <" + label + "> is ignored" +
+                            suggestion(name, known));
+                continue;
+            }
+            if (repeatsAllowed) continue;
+            const auto [it, first] = firstLine.emplace(name, c->GetLineNum());
+            if (!first) {
+                warn(c, "repeated <" + name + "> is ignored: only the first (line " +
+                            std::to_string(it->second) + ") counts");
+            }
+        }
+    }
+
+    static std::string leaf(const FormatElement& e) {
+        const char* slash = std::strrchr(e.path, '/');
+        return slash ? slash + 1 : e.path;
+    }
+
+    void checkGroup(XMLElement* root, XMLElement* group, const FormatElement& e) {
+        const std::string name = e.path;
+        if (group == nullptr) {
+            std::string fallbacks;
+            if (*e.fallback != '\0') {
+                fallbacks = e.fallback;
+            } else {
+                for (const FormatElement& child : kFormat) {
+                    if (std::string(child.path).rfind(name + "/", 0) != 0) continue;
+                    if (!fallbacks.empty()) fallbacks += ", ";
+                    fallbacks += leaf(child) + " " + child.fallback;
+                }
+            }
+            warn(root, "<" + name + "> is missing: falls back to " + fallbacks);
+            return;
+        }
+        checkChildren(group, name, name);
+        for (const FormatElement& child : kFormat) {
+            if (std::string(child.path).rfind(name + "/", 0) != 0) continue;
+            checkSetting(group, group->FirstChildElement(leaf(child).c_str()), child);
+        }
+    }
+
+    void checkSetting(XMLElement* parent, XMLElement* el, const FormatElement& e) {
+        const std::string name = leaf(e);
+        const std::string where = parent->Parent() && parent->Parent()->ToDocument()
+                                      ? "<" + name + ">"
+                                      : "<" + std::string(parent->Name()) + "><" + name + ">";
+        if (el == nullptr) {
+            warn(parent, where + " is missing: falls back to " + e.fallback);
+            return;
+        }
+        const std::string text = trimmed(el->GetText());
+        switch (e.kind) {
+            case Kind::kColorName:
+            case Kind::kGammaName: checkName(el, where, text, e); return;
+            case Kind::kFloat: checkFloat(el, where, text, e); return;
+            default: checkInt(el, where, text, e); return;
+        }
+    }
+
+    void checkName(XMLElement* el, const std::string& where, const std::string& text,
+                   const FormatElement& e) {
+        const bool colour = e.kind == Kind::kColorName;
+        if (text.empty() && colour) {
+            warn(el, where + " is empty: falls back to " + e.fallback);
+            return;
+        }
+        std::vector<std::string> names;
+        if (colour) {
+            names.assign(std::begin(kColorNames), std::end(kColorNames));
+        } else {
+            names.assign(std::begin(kGammaNames), std::end(kGammaNames));
+        }
+        if (std::find(names.begin(), names.end(), text) != names.end()) return;
+        std::string hint;
+        for (const std::string& n : names) {
+            if (lower(n) == lower(text)) hint = " (names are case-sensitive: did you mean " +
+                                                quoted(n) + "?)";
+        }
+        if (hint.empty()) hint = suggestion(text, names);
+        std::string list;
+        for (const std::string& n : names) list += (list.empty() ? "" : ", ") + n;
+        error(el, where + " " + quoted(text) + " is not one of " + list + ": the loader stores " +
+                      (colour ? "0 (sRGB)" : "0 (linear)") + hint);
+    }
+
+    void checkFloat(XMLElement* el, const std::string& where, const std::string& text,
+                    const FormatElement& e) {
+        float value = 0.0f;
+        if (el->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
+            error(el, where + " " + quoted(text) + " is not a number: falls back to " + e.fallback);
+            return;
+        }
+        char* end = nullptr;
+        errno = 0;
+        std::strtof(text.c_str(), &end);
+        if (end == text.c_str() || *end != '\0') {
+            warn(el, where + " " + quoted(text) + " is read as " + formatFloat(value));
+        }
+        checkRange(el, where, value, e.range);
+    }
+
+    void checkInt(XMLElement* el, const std::string& where, const std::string& text,
+                  const FormatElement& e) {
+        int value = 0;
+        if (el->QueryIntText(&value) != tinyxml2::XML_SUCCESS) {
+            error(el, where + " " + quoted(text) + " is not an integer: falls back to " +
+                          e.fallback);
+            return;
+        }
+        char* end = nullptr;
+        std::strtol(text.c_str(), &end, 0);
+        if (end == text.c_str() || *end != '\0') {
+            warn(el, where + " " + quoted(text) + " is read as the integer " +
+                         std::to_string(value));
+        }
+        const bool sixteen = e.kind == Kind::kInt16;
+        const long stored = sixteen ? static_cast<long>(static_cast<uint16_t>(value))
+                                    : static_cast<long>(static_cast<uint8_t>(value));
+        if (stored != value) {
+            error(el, where + " " + std::to_string(value) + " does not fit in " +
+                          (sixteen ? "16" : "8") + " bits: the loader stores " +
+                          std::to_string(stored));
+            return;
+        }
+        if (e.kind == Kind::kSwitch && value != 0 && value != 1) {
+            warn(el, where + " " + std::to_string(value) +
+                         " is neither 0 nor 1: stages that test for 1 treat it as off");
+        }
+        checkRange(el, where, static_cast<float>(stored), e.range);
+    }
+
+    void checkRange(XMLElement* el, const std::string& where, float value, Range range) {
+        if (!std::isfinite(value)) {
+            error(el, where + " " + formatFloat(value) + " is not finite");
+        } else if (range == Range::kPositive && !(value > 0.0f)) {
+            error(el, where + " " + formatFloat(value) +
+                          " must be above 0 (the tone curve takes its log or divides by it)");
+        } else if (range == Range::kNonNegative && value < 0.0f) {
+            error(el, where + " " + formatFloat(value) + " must not be negative");
+        }
+    }
+
+    void checkPcc(XMLElement* root, XMLElement* pcc) {
+        if (pcc == nullptr) {
+            warn(root, "<panel_pcc> is missing: the tuning carries no panel colour correction");
+            return;
+        }
+        checkChildren(pcc, "panel_pcc", "panel_pcc", {"r", "g", "b"});
+        std::vector<std::string> terms;
+        for (const PccTermInfo& t : kPccTerms) terms.push_back(t.name);
+        for (int k = 0; k < 3; ++k) {
+            XMLElement* row = pcc->FirstChildElement(kPccRows[k]);
+            if (row == nullptr) {
+                warn(pcc, std::string("<panel_pcc> has no row <") + kPccRows[k] + ">: all its " +
+                              "coefficients are 0, so " + kPccRowColour[k] + " comes out as 0");
+                continue;
+            }
+            const std::string label = std::string("panel_pcc><") + kPccRows[k];
+            checkChildren(row, "", label, terms);
+            std::string missing;
+            bool identity = true;
+            for (const PccTermInfo& t : kPccTerms) {
+                XMLElement* term = row->FirstChildElement(t.name);
+                if (term == nullptr) {
+                    missing += std::string(missing.empty() ? "" : ", ") + t.name + " " +
+                               formatFloat(t.fallback);
+                    identity = identity && t.fallback == t.identity[k];
+                    continue;
+                }
+                float value = 0.0f;
+                if (term->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
+                    error(term, "<" + label + "><" + t.name + "> " +
+                                    quoted(trimmed(term->GetText())) +
+                                    " is not a number: falls back to " + formatFloat(t.fallback));
+                }
+            }
+            if (missing.empty()) continue;
+            if (identity) {
+                warn(row, "<" + label + "> lacks terms that fall back to " + missing);
+            } else {
+                warn(row, "<" + label + "> is partial and its fallbacks are not an identity (" +
+                              missing + "): " + kPccRowColour[k] +
+                              " picks up the other channels");
+            }
+        }
+    }
+
+    // Reads the integer texts of the children called `name` as the loader
+    // does (a text that does not convert gives 0).
+    std::vector<std::pair<XMLElement*, int>> points(XMLElement* parent, const char* name) {
+        std::vector<std::pair<XMLElement*, int>> out;
+        for (XMLElement* p = parent->FirstChildElement(name); p; p = p->NextSiblingElement(name)) {
+            int value = 0;
+            if (p->QueryIntText(&value) != tinyxml2::XML_SUCCESS) {
+                error(p, std::string("control point <") + name + "> " +
+                             quoted(trimmed(p->GetText())) + " is not an integer: read as 0");
+            }
+            out.emplace_back(p, value);
+        }
+        return out;
+    }
+
+    void checkToneMap(XMLElement* root, XMLElement* toneMap) {
+        if (toneMap == nullptr) {
+            warn(root, "<tone_map> is missing: falls back to the built-in control points");
+            return;
+        }
+        checkChildren(toneMap, "", "tone_map", {"points"});
+        XMLElement* pts = toneMap->FirstChildElement("points");
+        if (pts == nullptr) {
+            error(toneMap, "<tone_map> has no <points>: the control points cannot be read");
+            return;
+        }
+        checkChildren(pts, "", "points", {"x", "y"}, true);
+        const auto xs = points(pts, "x");
+        const auto ys = points(pts, "y");
+        checkPointCount(pts, xs.size(), "x", true);
+        checkPointCount(pts, ys.size(), "y", false);
+        checkPointValues(xs, "x", true);
+        checkPointValues(ys, "y", false);
+    }
+
+    void checkPointCount(XMLElement* pts, size_t count, const char* name, bool counted) {
+        const std::string n = std::to_string(count);
+        if (count < static_cast<size_t>(kCurvePoints)) {
+            error(pts, "<points> has " + n + " <" + name + "> values; the format needs 17");
+        } else if (counted && count > static_cast<size_t>(kCurveMaxPoints)) {
+            error(pts, "<points> has " + n + " <x> values: more than the table's 24 slots");
+        } else if (count > static_cast<size_t>(kCurvePoints)) {
+            std::string message = "<points> has " + n + " <" + name +
+                                  "> values: only the first 17 are stored";
+            if (!counted) {
+                warn(pts, message);
+            } else if (result_.versionTwo) {
+                error(pts, message + ", but the count " + n +
+                               " is kept, so the table curve reads empty slots");
+            } else {
+                warn(pts, message + ", but the count " + n + " is kept");
+            }
+        }
+    }
+
+    void checkPointValues(const std::vector<std::pair<XMLElement*, int>>& values,
+                          const char* name, bool strictlyRising) {
+        const size_t used = std::min(values.size(), static_cast<size_t>(kCurvePoints));
+        for (size_t i = 0; i < used; ++i) {
+            const auto& [el, v] = values[i];
+            const std::string label = std::string("control point ") + name + "[" +
+                                      std::to_string(i) + "] = " + std::to_string(v);
+            if (v < 0 || v > kMaxCode) {
+                error(el, label + " is outside the 10-bit codes 0..1023");
+                continue;
+            }
+            if (i == 0) continue;
+            const int previous = values[i - 1].second;
+            if (v < previous || (strictlyRising && v == previous)) {
+                error(el, label + (strictlyRising ? " does not rise above " : " falls below ") +
+                              std::to_string(previous) + " (the point before it)");
+            }
+        }
+    }
+
+    void checkLuminanceRange(XMLElement* root) {
+        XMLElement* minEl = root->FirstChildElement("panel_min_luminance");
+        XMLElement* maxEl = root->FirstChildElement("panel_max_luminance");
+        float black = 0.001f;
+        int peak = 800;
+        if (minEl) minEl->QueryFloatText(&black);
+        if (maxEl) maxEl->QueryIntText(&peak);
+        const float storedPeak = static_cast<float>(static_cast<uint16_t>(peak));
+        if (storedPeak > 0.0f && black >= storedPeak) {
+            error(minEl ? minEl : root, "panel black level " + formatFloat(black) +
+                                            " nits is not below the panel peak " +
+                                            formatFloat(storedPeak) + " nits");
+        }
+    }
+
+    CheckResult& result_;
+};
+
+const char* severityName(Severity s) { return s == Severity::kError ? "error" : "warning"; }
+
+}  // namespace
+
+int CheckResult::errors() const {
+    return static_cast<int>(std::count_if(diagnostics.begin(), diagnostics.end(),
+                                          [](const Diagnostic& d) {
+                                              return d.severity == Severity::kError;
+                                          }));
+}
+
+int CheckResult::warnings() const { return static_cast<int>(diagnostics.size()) - errors(); }
+
+CheckResult checkTuningFile(const std::string& path) {
+    CheckResult result;
+    std::ifstream probe(path);
+    if (!probe) {
+        result.diagnostics.push_back(
+            {0, Severity::kError, std::string("cannot read the file: ") + std::strerror(errno)});
+        return result;
+    }
+    probe.close();
+    // Parsed as the library's loader parses it: entities on, whitespace collapsed.
+    tinyxml2::XMLDocument doc(true, tinyxml2::COLLAPSE_WHITESPACE);
+    if (doc.LoadFile(path.c_str()) != tinyxml2::XML_SUCCESS) {
+        const char* detail = doc.ErrorStr();
+        result.diagnostics.push_back(
+            {doc.ErrorLineNum(), Severity::kError,
+             std::string("not well-formed XML (") + (detail ? detail : doc.ErrorName()) +
+                 "): the library ignores the file and runs on an all-zero tuning"});
+        return result;
+    }
+    XMLElement* root = doc.FirstChildElement("hdr_lib");
+    if (root == nullptr) {
+        XMLElement* other = doc.FirstChildElement();
+        result.diagnostics.push_back(
+            {other ? other->GetLineNum() : 1, Severity::kError,
+             std::string("the root element is ") +
+                 (other ? "<" + std::string(other->Name()) + ">" : "missing") +
+                 ", not <hdr_lib>: the library ignores the file and runs on an all-zero tuning"});
+        return result;
+    }
+    Checker(result).checkRoot(root);
+    std::stable_sort(result.diagnostics.begin(), result.diagnostics.end(),
+                     [](const Diagnostic& a, const Diagnostic& b) { return a.line < b.line; });
+    return result;
+}
+
+std::string formatDiagnostic(const std::string& path, const Diagnostic& d) {
+    std::string out = path;
+    if (d.line > 0) out += ":" + std::to_string(d.line);
+    return out + ": " + severityName(d.severity) + ": " + d.message;
+}
+
+int checkExitStatus(const CheckResult& result, bool strict) {
+    if (result.errors() > 0) return 2;
+    if (strict && result.warnings() > 0) return 1;
+    return 0;
+}
+
+}  // namespace hdrtm::tool
