@@ -166,13 +166,13 @@ CubeTable readCube(const std::string& path) {
             (keyword == "DOMAIN_MIN" ? domainMin : domainMax) = a;
             continue;
         }
+        if (t.size == 0) throw fail("not a 3D .cube file: no LUT_3D_SIZE before this line");
         std::istringstream numbers(line);
         std::array<float, 3> v{};
         if (!(numbers >> v[0] >> v[1] >> v[2])) throw fail("expected three numbers: " + line);
-        if (t.size == 0) throw fail("LUT values before LUT_3D_SIZE");
         t.values.push_back(v);
     }
-    if (t.size == 0) throw fileError(path, "no LUT_3D_SIZE: not a 3D .cube file");
+    if (t.size == 0) throw fileError(path, "not a 3D .cube file: no LUT_3D_SIZE");
     const size_t expected = static_cast<size_t>(t.size) * t.size * t.size;
     if (t.values.size() != expected) {
         throw fileError(path, "has " + std::to_string(t.values.size()) + " entries; LUT_3D_SIZE " +

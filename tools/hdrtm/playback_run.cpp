@@ -335,6 +335,7 @@ RunResult runConfiguration(const Configuration& config, int repeat, bool version
     set.blend_lut = &blend;
 
     krel::sim::Reset();
+    captureLibraryLog();
     gLog.clear();
     result.status = callEntry(&info, &set, &result.standardOutput);
     const std::vector<std::string> firstCallLog = gLog;

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string_view>
@@ -104,7 +105,7 @@ constexpr int kCurveMaxPoints = 24;    // slots of the control-point table
 constexpr int kMaxCode = 1023;         // largest 10-bit code
 constexpr const char* kVersionTwo = "2.0";
 
-std::string quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
+std::string inQuotes(std::string_view s) { return "\"" + std::string(s) + "\""; }
 
 std::string lower(std::string_view s) {
     std::string out(s);
@@ -142,7 +143,7 @@ std::string suggestion(std::string_view name, const std::vector<std::string>& ca
             best = c;
         }
     }
-    return best.empty() ? "" : " (did you mean " + quoted(best) + "?)";
+    return best.empty() ? "" : " (did you mean " + inQuotes(best) + "?)";
 }
 
 std::string trimmed(const char* text) {
@@ -168,7 +169,7 @@ public:
         if (version != nullptr) {
             result_.versionTwo = std::strcmp(version, kVersionTwo) == 0;
             if (!result_.versionTwo && std::strcmp(version, "1.0") != 0) {
-                warn(root, "version " + quoted(version) +
+                warn(root, "version " + inQuotes(version) +
                                " is not exactly \"2.0\": the file is read as version 1.0 "
                                "(parametric tone curve, uniform grid)");
             }
@@ -296,12 +297,12 @@ private:
         std::string hint;
         for (const std::string& n : names) {
             if (lower(n) == lower(text)) hint = " (names are case-sensitive: did you mean " +
-                                                quoted(n) + "?)";
+                                                inQuotes(n) + "?)";
         }
         if (hint.empty()) hint = suggestion(text, names);
         std::string list;
         for (const std::string& n : names) list += (list.empty() ? "" : ", ") + n;
-        error(el, where + " " + quoted(text) + " is not one of " + list + ": the loader stores " +
+        error(el, where + " " + inQuotes(text) + " is not one of " + list + ": the loader stores " +
                       (colour ? "0 (sRGB)" : "0 (linear)") + hint);
     }
 
@@ -309,14 +310,15 @@ private:
                     const FormatElement& e) {
         float value = 0.0f;
         if (el->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
-            error(el, where + " " + quoted(text) + " is not a number: falls back to " + e.fallback);
+            error(el, where + " " + inQuotes(text) + " is not a number: falls back to " + e.fallback);
             return;
         }
         char* end = nullptr;
         errno = 0;
         std::strtof(text.c_str(), &end);
         if (end == text.c_str() || *end != '\0') {
-            warn(el, where + " " + quoted(text) + " is read as " + formatFloat(value));
+            error(el, where + " " + inQuotes(text) + " is read as " + formatFloat(value) +
+                          ": the rest of the text is ignored");
         }
         checkRange(el, where, value, e.range);
     }
@@ -325,15 +327,15 @@ private:
                   const FormatElement& e) {
         int value = 0;
         if (el->QueryIntText(&value) != tinyxml2::XML_SUCCESS) {
-            error(el, where + " " + quoted(text) + " is not an integer: falls back to " +
+            error(el, where + " " + inQuotes(text) + " is not an integer: falls back to " +
                           e.fallback);
             return;
         }
         char* end = nullptr;
         std::strtol(text.c_str(), &end, 0);
         if (end == text.c_str() || *end != '\0') {
-            warn(el, where + " " + quoted(text) + " is read as the integer " +
-                         std::to_string(value));
+            error(el, where + " " + inQuotes(text) + " is read as the integer " +
+                          std::to_string(value) + ": the rest of the text is ignored");
         }
         const bool sixteen = e.kind == Kind::kInt16;
         const long stored = sixteen ? static_cast<long>(static_cast<uint16_t>(value))
@@ -392,7 +394,7 @@ private:
                 float value = 0.0f;
                 if (term->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
                     error(term, "<" + label + "><" + t.name + "> " +
-                                    quoted(trimmed(term->GetText())) +
+                                    inQuotes(trimmed(term->GetText())) +
                                     " is not a number: falls back to " + formatFloat(t.fallback));
                 }
             }
@@ -415,7 +417,7 @@ private:
             int value = 0;
             if (p->QueryIntText(&value) != tinyxml2::XML_SUCCESS) {
                 error(p, std::string("control point <") + name + "> " +
-                             quoted(trimmed(p->GetText())) + " is not an integer: read as 0");
+                             inQuotes(trimmed(p->GetText())) + " is not an integer: read as 0");
             }
             out.emplace_back(p, value);
         }
@@ -500,6 +502,19 @@ private:
     CheckResult& result_;
 };
 
+// "mismatched element: XMLElement name=x" from tinyxml2's error name and text.
+std::string xmlErrorText(const tinyxml2::XMLDocument& doc) {
+    std::string name = doc.ErrorName();
+    const std::string prefix = "XML_ERROR_";
+    if (name.rfind(prefix, 0) == 0) name = name.substr(prefix.size());
+    for (char& c : name) c = c == '_' ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string text = doc.ErrorStr() ? doc.ErrorStr() : "";
+    const size_t lineField = text.find("Line number=");
+    const size_t detail = lineField == std::string::npos ? lineField : text.find(": ", lineField);
+    if (detail != std::string::npos) name += ": " + text.substr(detail + 2);
+    return name;
+}
+
 const char* severityName(Severity s) { return s == Severity::kError ? "error" : "warning"; }
 
 }  // namespace
@@ -515,6 +530,11 @@ int CheckResult::warnings() const { return static_cast<int>(diagnostics.size()) 
 
 CheckResult checkTuningFile(const std::string& path) {
     CheckResult result;
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec)) {
+        result.diagnostics.push_back({0, Severity::kError, "is a directory, not a tuning file"});
+        return result;
+    }
     std::ifstream probe(path);
     if (!probe) {
         result.diagnostics.push_back(
@@ -525,10 +545,9 @@ CheckResult checkTuningFile(const std::string& path) {
     // Parsed as the library's loader parses it: entities on, whitespace collapsed.
     tinyxml2::XMLDocument doc(true, tinyxml2::COLLAPSE_WHITESPACE);
     if (doc.LoadFile(path.c_str()) != tinyxml2::XML_SUCCESS) {
-        const char* detail = doc.ErrorStr();
         result.diagnostics.push_back(
             {doc.ErrorLineNum(), Severity::kError,
-             std::string("not well-formed XML (") + (detail ? detail : doc.ErrorName()) +
+             "not well-formed XML (" + xmlErrorText(doc) +
                  "): the library ignores the file and runs on an all-zero tuning"});
         return result;
     }

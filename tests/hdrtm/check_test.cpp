@@ -1,0 +1,156 @@
+// The tuning-file checker: one small file per rule, and the checker's claims
+// about what the loader stores held against the loader itself.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "hdr_tm.h"
+#include "tuning_check.h"
+
+namespace {
+
+using hdrtm::tool::CheckResult;
+using hdrtm::tool::checkExitStatus;
+using hdrtm::tool::checkTuningFile;
+using hdrtm::tool::Diagnostic;
+using hdrtm::tool::Severity;
+
+std::string dataFile(const std::string& name) { return std::string(HDRTM_CHECK_DATA_DIR) + "/" + name; }
+
+struct Rule {
+    const char* file;
+    int line;
+    Severity severity;
+    const char* text;  // part of the message
+};
+
+void PrintTo(const Rule& r, std::ostream* os) { *os << r.file << ":" << r.line << " " << r.text; }
+
+class CheckerRule : public ::testing::TestWithParam<Rule> {};
+
+TEST_P(CheckerRule, ReportsTheProblemAtItsLine) {
+    const Rule& rule = GetParam();
+    const CheckResult result = checkTuningFile(dataFile(rule.file));
+    bool found = false;
+    for (const Diagnostic& d : result.diagnostics) {
+        found = found || (d.line == rule.line && d.severity == rule.severity &&
+                          d.message.find(rule.text) != std::string::npos);
+    }
+    EXPECT_TRUE(found) << "no diagnostic \"" << rule.text << "\" at line " << rule.line;
+}
+
+constexpr Severity kError = Severity::kError;
+constexpr Severity kWarning = Severity::kWarning;
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryRule, CheckerRule,
+    ::testing::Values(
+        Rule{"root_only.xml", 2, kWarning, "<panel_max_luminance> is missing: falls back to 800"},
+        Rule{"root_only.xml", 2, kWarning, "<output_gamma_space> is missing: falls back to space 2p2"},
+        Rule{"root_only.xml", 2, kWarning, "<bright> is missing: falls back to enable 0, tlower 0.05"},
+        Rule{"root_only.xml", 2, kWarning, "<tone_map> is missing: falls back to the built-in"},
+        Rule{"not_a_number.xml", 3, kError, "\"dark\" is not a number: falls back to 0.001"},
+        Rule{"not_a_number.xml", 4, kError, "\"bright\" is not an integer: falls back to 800"},
+        Rule{"lenient_number.xml", 3, kError, "\"600.5\" is read as the integer 600"},
+        Rule{"lenient_number.xml", 4, kError, "\"1000nits\" is read as 1000"},
+        Rule{"unknown_name.xml", 3, kError, "\"dcip3\" is not one of sRGB, BT709, ADOBE, DCIP3, BT2020"},
+        Rule{"unknown_name.xml", 3, kError, "did you mean \"DCIP3\"?"},
+        Rule{"unknown_name.xml", 4, kError, "\"gamma22\" is not one of linear"},
+        Rule{"empty_name.xml", 3, kWarning, "<panel_color_mode> is empty: falls back to sRGB"},
+        Rule{"unknown_element.xml", 3, kWarning, "did you mean \"panel_max_luminance\"?"},
+        Rule{"unknown_element.xml", 4, kWarning, "unknown element <enabel> in <bright>"},
+        Rule{"unknown_element.xml", 5, kWarning, "unknown element <backlight>"},
+        Rule{"repeated_element.xml", 4, kWarning, "only the first (line 3) counts"},
+        Rule{"truncated.xml", 3, kError, "70000 does not fit in 16 bits: the loader stores 4464"},
+        Rule{"truncated.xml", 4, kError, "256 does not fit in 8 bits: the loader stores 0"},
+        Rule{"switch_value.xml", 3, kWarning, "2 is neither 0 nor 1"},
+        Rule{"not_positive.xml", 3, kError, "-0.1 must not be negative"},
+        Rule{"not_positive.xml", 4, kError, "<t0> 0 must be above 0"},
+        Rule{"black_above_peak.xml", 4, kError, "black level 600 nits is not below the panel peak"},
+        Rule{"version_not_exact.xml", 2, kWarning, "version \"2.00\" is not exactly \"2.0\""},
+        Rule{"pcc_partial.xml", 3, kWarning, "has no row <b>: all its coefficients are 0"},
+        Rule{"pcc_partial.xml", 4, kWarning, "<panel_pcc><r> is partial and its fallbacks are not an identity (g 1)"},
+        Rule{"points_out_of_range.xml", 5, kError, "x[16] = 1100 is outside the 10-bit codes"},
+        Rule{"points_not_rising.xml", 5, kError, "x[10] = 500 does not rise above 513"},
+        Rule{"y_falling.xml", 6, kError, "y[10] = 500 falls below 528"},
+        Rule{"points_too_few.xml", 4, kError, "16 <x> values; the format needs 17"},
+        Rule{"points_too_many.xml", 4, kError, "25 <x> values: more than the table's 24 slots"},
+        Rule{"points_extra.xml", 4, kWarning, "20 <x> values: only the first 17 are stored"},
+        Rule{"points_extra_v2.xml", 4, kError, "the table curve reads empty slots"},
+        Rule{"points_missing.xml", 3, kError, "<tone_map> has no <points>"},
+        Rule{"malformed.xml", 4, kError, "not well-formed XML (mismatched element"},
+        Rule{"wrong_root.xml", 2, kError, "the root element is <hdr_tuning>, not <hdr_lib>"}));
+
+TEST(Checker, FindsNothingInACompleteValidFile) {
+    const CheckResult result = checkTuningFile(dataFile("clean.xml"));
+    EXPECT_TRUE(result.diagnostics.empty()) << result.diagnostics.front().message;
+    EXPECT_TRUE(result.versionTwo);
+}
+
+TEST(Checker, ReportsAnUnreadableFileWithoutALine) {
+    const CheckResult result = checkTuningFile(dataFile("no_such_file.xml"));
+    ASSERT_EQ(result.diagnostics.size(), 1u);
+    EXPECT_EQ(result.diagnostics[0].line, 0);
+    EXPECT_EQ(hdrtm::tool::formatDiagnostic("t.xml", result.diagnostics[0]).rfind("t.xml: error: cannot read", 0), 0u);
+}
+
+TEST(Checker, FormatsDiagnosticsAsFileLineSeverityMessage) {
+    EXPECT_EQ(hdrtm::tool::formatDiagnostic("a.xml", {7, kWarning, "m"}), "a.xml:7: warning: m");
+    EXPECT_EQ(hdrtm::tool::formatDiagnostic("a.xml", {3, kError, "m"}), "a.xml:3: error: m");
+}
+
+TEST(Checker, ExitStatusIsTwoForErrorsAndOneForWarningsOnlyWhenStrict) {
+    const CheckResult clean = checkTuningFile(dataFile("clean.xml"));
+    const CheckResult warnings = checkTuningFile(dataFile("root_only.xml"));
+    const CheckResult errors = checkTuningFile(dataFile("truncated.xml"));
+    EXPECT_EQ(warnings.errors(), 0);
+    EXPECT_EQ(checkExitStatus(clean, true), 0);
+    EXPECT_EQ(checkExitStatus(warnings, false), 0);
+    EXPECT_EQ(checkExitStatus(warnings, true), 1);
+    EXPECT_EQ(checkExitStatus(errors, false), 2);
+}
+
+// The checker reads files on its own; these hold its claims against what the
+// library's loader really stores.
+class CheckerAgreesWithLoader : public ::testing::Test {
+protected:
+    TMParams load(const std::string& file) {
+        TMParams p;
+        std::memset(&p, 0, sizeof(p));
+        p.pcc = &pcc_;
+        EXPECT_EQ(HDR_load_tone_mapping_xml(dataFile(file).c_str(), &p), 0);
+        return p;
+    }
+    PccCoefficients pcc_;
+};
+
+TEST_F(CheckerAgreesWithLoader, OnTruncatedIntegers) {
+    const TMParams p = load("truncated.xml");
+    EXPECT_EQ(p.panel_max_luminance, 4464);
+    EXPECT_EQ(p.bright_enable, 0);
+}
+
+TEST_F(CheckerAgreesWithLoader, OnNamesOutsideTheMaps) {
+    const TMParams p = load("unknown_name.xml");
+    EXPECT_EQ(p.panel_color_mode, SPACE_SRGB);
+    EXPECT_EQ(p.output_gamma_space, GAMMA_LINEAR);
+}
+
+TEST_F(CheckerAgreesWithLoader, OnLenientNumbersAndFallbacks) {
+    EXPECT_EQ(load("lenient_number.xml").panel_max_luminance, 600);
+    const TMParams p = load("not_a_number.xml");
+    EXPECT_EQ(p.panel_min_luminance, 0.001f);
+    EXPECT_EQ(p.panel_max_luminance, 800);
+    EXPECT_EQ(p.t1, 0.0f);
+}
+
+TEST_F(CheckerAgreesWithLoader, OnVersionAndPartialPccRows) {
+    EXPECT_EQ(load("version_not_exact.xml").version, 0u);
+    EXPECT_EQ(load("clean.xml").version, 1u);
+    load("pcc_partial.xml");
+    EXPECT_EQ(pcc_.row[0][kPccG], 1.0);  // red row picks up green
+    EXPECT_EQ(pcc_.row[2][kPccB], 0.0);  // missing blue row stays zero
+}
+
+}  // namespace

@@ -1,0 +1,186 @@
+// .cube files, grid files, previews and plots: what the tool writes reads
+// back as the LUT it came from.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "cube_file.h"
+#include "preview.h"
+#include "tm_params.h"
+#include "tone_curve_plot.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace hdrtm::tool;
+
+std::string readAll(const fs::path& p) {
+    std::ifstream in(p);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+class LutFiles : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir_ = fs::temp_directory_path() /
+               ("hdrtm_lut_files_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+        fs::create_directories(dir_);
+        // A 12-bit LUT whose codes identify their grid point and channel.
+        lut_.bitDepth = 12;
+        for (int i = 0; i < kLutEntries; ++i) {
+            lut_.codes[i] = {static_cast<uint32_t>(i % 4096), static_cast<uint32_t>((i * 7) % 4096),
+                             static_cast<uint32_t>(4095 - i % 4096)};
+        }
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+
+    fs::path dir_;
+    Lut3d lut_;
+};
+
+TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximum) {
+    const fs::path path = dir_ / "a.cube";
+    writeCube(path.string(), lut_, "t", {"configuration: x", "checksum: 42"});
+    const std::string text = readAll(path);
+    EXPECT_NE(text.find("LUT_3D_SIZE 17\n"), std::string::npos);
+    EXPECT_NE(text.find("# checksum: 42\n"), std::string::npos);
+    EXPECT_NE(text.find("ends at 1023 rather than 1024"), std::string::npos);
+    const CubeTable t = readCube(path.string());
+    ASSERT_EQ(t.size, kLutSize);
+    for (int i = 0; i < kLutEntries; ++i) {
+        for (int c = 0; c < 3; ++c) {
+            ASSERT_NEAR(t.values[i][c], lut_.codes[i][c] / 4095.0, 1e-6) << "entry " << i;
+        }
+    }
+    // The grid comment restores the true sample positions: 64i/1023, not i/16.
+    EXPECT_FLOAT_EQ(t.positions[15], 960.0f / 1023.0f);
+    EXPECT_FLOAT_EQ(t.positions[16], 1.0f);
+}
+
+TEST_F(LutFiles, NonUniformLutGetsItsGridPositionsBesideIt) {
+    lut_.grid = kNonUniformGrid;
+    lut_.uniformGrid = false;
+    writeCube((dir_ / "h.cube").string(), lut_, "t", {});
+    writeGridPositions((dir_ / "h.grid.txt").string(), "h.cube", lut_,
+                       {0, 248, 492, 741, 1017, 1233, 1546, 1806, 1930, 2054, 2178, 2302, 2426, 2550,
+                        2675, 3696, 4096});
+    const std::string grid = readAll(dir_ / "h.grid.txt");
+    EXPECT_NE(grid.find(" 1    62 0.060606 248\n"), std::string::npos);
+    EXPECT_NE(grid.find("16  1023 1.000000 4096\n"), std::string::npos);
+    EXPECT_FLOAT_EQ(readCube((dir_ / "h.cube").string()).positions[1], 62.0f / 1023.0f);
+}
+
+TEST_F(LutFiles, ReadingABadCubeNamesTheProblem) {
+    const fs::path path = dir_ / "bad.cube";
+    std::ofstream(path) << "LUT_3D_SIZE 2\n0 0 0\n1 1 1\n";
+    try {
+        readCube(path.string());
+        FAIL() << "a short LUT was accepted";
+    } catch (const std::runtime_error& e) {
+        EXPECT_NE(std::string(e.what()).find("has 2 entries; LUT_3D_SIZE 2 needs 8"), std::string::npos);
+    }
+    std::ofstream(path) << "0 0 0\n";
+    EXPECT_THROW(readCube(path.string()), std::runtime_error);
+    EXPECT_THROW(readCube((dir_ / "missing.cube").string()), std::runtime_error);
+}
+
+TEST(SignalEncodings, RoundTripAndHitTheirReferencePoints) {
+    EXPECT_NEAR(pqToNits(1.0), 10000.0, 1e-6);
+    EXPECT_NEAR(nitsToPq(100.0), 0.508078, 1e-6);
+    EXPECT_NEAR(hlgToScene(0.5), 1.0 / 12.0, 1e-12);
+    EXPECT_NEAR(hlgToScene(1.0), 1.0, 1e-6);
+    for (double s = 0.0; s <= 1.0; s += 0.05) {
+        EXPECT_NEAR(nitsToPq(pqToNits(s)), s, 1e-6);  // PQ of 0 nits is 7.3e-7
+        EXPECT_NEAR(sceneToHlg(hlgToScene(s)), s, 1e-9);
+    }
+}
+
+// A table whose outputs are its inputs, sampled on the given grid.
+CubeTable identityTable(const std::array<uint32_t, kLutSize>& grid) {
+    Lut3d lut;
+    lut.grid = grid;
+    lut.bitDepth = 10;
+    for (int b = 0; b < kLutSize; ++b) {
+        for (int g = 0; g < kLutSize; ++g) {
+            for (int r = 0; r < kLutSize; ++r) lut.codes[(b * kLutSize + g) * kLutSize + r] = {grid[r], grid[g], grid[b]};
+        }
+    }
+    return toCubeTable(lut);
+}
+
+TEST(Preview, LookUpReproducesAnIdentityOnEitherGrid) {
+    for (const auto& grid : {kUniformGrid, kNonUniformGrid}) {
+        const CubeTable t = identityTable(grid);
+        for (const std::array<float, 3> rgb : {std::array<float, 3>{0.1f, 0.7f, 0.33f},
+                                                std::array<float, 3>{0.95f, 0.2f, 0.6f},
+                                                std::array<float, 3>{1.0f, 0.0f, 0.5f}}) {
+            const auto out = lookUp(t, rgb);
+            for (int c = 0; c < 3; ++c) EXPECT_NEAR(out[c], rgb[c], 1e-6);
+        }
+    }
+}
+
+TEST(Preview, LookUpKeepsGreysOnTheGreyAxis) {
+    CubeTable t = identityTable(kUniformGrid);
+    for (auto& v : t.values) {
+        if (v[0] != v[1] || v[1] != v[2]) v = {1.0f, 0.0f, 0.0f};  // wild colours off the axis
+    }
+    for (float x = 0.0f; x <= 1.0f; x += 0.01f) {
+        const auto out = lookUp(t, {x, x, x});
+        EXPECT_NEAR(out[0], x, 1e-6);
+        EXPECT_NEAR(out[1], x, 1e-6);
+    }
+}
+
+TEST(Preview, RendersBothSidesAndTheBandsIntoOneImage) {
+    const Image image = renderPreview(identityTable(kUniformGrid), "t", 64);
+    EXPECT_GT(image.width, 2 * 64);
+    EXPECT_GT(image.height, 10 * 26);
+    EXPECT_EQ(image.pixels.size(), static_cast<size_t>(image.width) * image.height * 3);
+}
+
+TEST(CurvePlot, DefaultCurveRisesFromBlackToPeak) {
+    TMParams p;
+    std::memset(&p, 0, sizeof(p));
+    set_default_vals(&p);
+    const CurvePlotData data = sampleToneCurve(p, "t");
+    ASSERT_EQ(data.curves.size(), 1u);  // defaults use the parametric form only
+    const auto& pts = data.curves[0].points;
+    for (size_t i = 1; i < pts.size(); ++i) ASSERT_GE(pts[i].second, pts[i - 1].second);
+    EXPECT_NEAR(pts.front().second, 0.02, 5e-3);  // the toe starts at the panel black
+    EXPECT_NEAR(pts.back().second, 500.0, 1e-2);
+}
+
+TEST(CurvePlot, TableFormAddsItsControlPoints) {
+    TMParams p;
+    std::memset(&p, 0, sizeof(p));
+    set_default_vals(&p);
+    p.version = 1;
+    const CurvePlotData data = sampleToneCurve(p, "t");
+    EXPECT_EQ(data.curves.size(), 2u);
+    ASSERT_EQ(data.controlPoints.size(), 17u);
+    EXPECT_NEAR(data.controlPoints[16].second, 500.0, 1e-2);  // code 1023 is the panel peak
+}
+
+TEST(CurvePlot, WritesSvgAndPngAndRefusesOtherNames) {
+    TMParams p;
+    std::memset(&p, 0, sizeof(p));
+    set_default_vals(&p);
+    const fs::path dir = fs::temp_directory_path() / "hdrtm_curve_plot";
+    fs::create_directories(dir);
+    const CurvePlotData data = sampleToneCurve(p, "t");
+    writeCurvePlot(data, (dir / "c.svg").string());
+    writeCurvePlot(data, (dir / "c.png").string());
+    EXPECT_EQ(readAll(dir / "c.svg").rfind("<svg", 0), 0u);
+    EXPECT_EQ(readAll(dir / "c.png").substr(1, 3), "PNG");
+    EXPECT_THROW(writeCurvePlot(data, (dir / "c.txt").string()), std::runtime_error);
+    fs::remove_all(dir);
+}
+
+}  // namespace

@@ -1,0 +1,130 @@
+// Running the entry as a display service does: the tool's reading of the
+// decision table agrees with what the library produced, and its .cube files
+// read back through OpenColorIO as the LUT the library wrote.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+#include "commands.h"
+#include "cube_file.h"
+#include "hdr_playback.h"
+#include "playback_run.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace hdrtm::tool;
+
+Configuration single(const char* layer, uint32_t blend, bool hw) {
+    Configuration c;
+    LayerSpec spec;
+    std::string error;
+    EXPECT_TRUE(parseLayerSpec(layer, &spec, &error)) << error;
+    c.layers = {spec};
+    c.blendSpace = blend;
+    c.hardware = hw;
+    return c;
+}
+
+TEST(LayerSpecs, ParseNamesKeysAndCodes) {
+    LayerSpec s;
+    std::string error;
+    ASSERT_TRUE(parseLayerSpec("pq,master=4000,cll=1500", &s, &error));
+    EXPECT_EQ(s.transfer, 16u);
+    EXPECT_EQ(s.primaries, 9u);
+    EXPECT_EQ(s.masterNits, 4000u);
+    EXPECT_TRUE(s.cllPresent);
+    EXPECT_EQ(s.maxCll, 1500u);
+    ASSERT_TRUE(parseLayerSpec("sdr", &s, &error));
+    EXPECT_EQ(s.contentClass, 2u);
+    EXPECT_EQ(s.primaries, 1u);
+    ASSERT_TRUE(parseLayerSpec("14,class=2,primaries=p3", &s, &error));
+    EXPECT_EQ(s.transfer, 14u);
+    EXPECT_EQ(s.primaries, 12u);
+}
+
+TEST(LayerSpecs, RejectWhatTheyCannotReadWithTheReason) {
+    LayerSpec s;
+    std::string error;
+    EXPECT_FALSE(parseLayerSpec("", &s, &error));
+    EXPECT_FALSE(parseLayerSpec("dolby", &s, &error));
+    EXPECT_NE(error.find("pq, hlg, sdr"), std::string::npos);
+    EXPECT_FALSE(parseLayerSpec("pq,master=-5", &s, &error));
+    EXPECT_NE(error.find("master needs a whole number"), std::string::npos);
+    EXPECT_FALSE(parseLayerSpec("pq,master=999999999", &s, &error));
+    EXPECT_FALSE(parseLayerSpec("pq,peak=1000", &s, &error));
+    EXPECT_NE(error.find("unknown key \"peak\""), std::string::npos);
+}
+
+TEST(PlaybackRun, EveryDemoConfigurationGetsTheLutsTheDecisionTableNames) {
+    for (const Configuration& c : demoConfigurations()) {
+        const RunResult r = runConfiguration(c, 0, false);
+        EXPECT_TRUE(r.problems.empty()) << c.describe() << ": " << r.problems.front();
+        EXPECT_EQ(r.rows.size(), c.layers.size()) << c.describe();
+    }
+}
+
+TEST(PlaybackRun, HardwareLutComesFromThePushAndCarriesItsChecksum) {
+    const RunResult r = runConfiguration(single("pq,master=1000", kBlendSpacePq, true), 1, false);
+    ASSERT_EQ(r.luts.size(), 1u);
+    const ProducedLut& lut = r.luts[0];
+    EXPECT_EQ(lut.label, "hardware");
+    EXPECT_EQ(lut.lut.bitDepth, 12);
+    EXPECT_EQ(lut.payloadUniform, 1u);
+    EXPECT_TRUE(lut.hasChecksum);
+    EXPECT_EQ(lut.lut.codes[0], (std::array<uint32_t, 3>{0, 0, 0}));  // black stays black
+    EXPECT_GT(r.msPerCall, 0.0);
+    for (int i = 1; i < kLutSize; ++i) {  // the grey axis rises
+        const int k = (i * kLutSize + i) * kLutSize + i;
+        const int prev = ((i - 1) * kLutSize + (i - 1)) * kLutSize + (i - 1);
+        EXPECT_GE(lut.lut.codes[k][1], lut.lut.codes[prev][1]);
+    }
+}
+
+TEST(PlaybackRun, RefusalIsReportedAsTheEntrysAnswer) {
+    const RunResult r = runConfiguration(single("pq", kBlendSpaceHlg, false), 0, false);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(r.luts.empty());
+    EXPECT_EQ(r.rows[0].rfind("refused", 0), 0u);
+    EXPECT_TRUE(r.problems.empty());
+}
+
+// OpenColorIO's reading of a .cube file at every grid point i/16.
+std::vector<std::array<float, 3>> sampleWithOcio(const std::string& cube) {
+    const std::string command = "/usr/bin/python3 " HDRTM_TOOL_TEST_DIR "/ocio_sample_cube.py '" +
+                                cube + "' 17";
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::vector<std::array<float, 3>> out;
+    std::array<float, 3> v{};
+    while (pipe && std::fscanf(pipe.get(), "%f %f %f", &v[0], &v[1], &v[2]) == 3) out.push_back(v);
+    return out;
+}
+
+TEST(CubeReadBack, OpenColorIOReadsTheLibrarysLuts) {
+    const fs::path dir = fs::temp_directory_path() / "hdrtm_cube_readback";
+    fs::create_directories(dir);
+    const Configuration configs[] = {single("pq,master=1000", kBlendSpacePerLayer, false),
+                                     single("pq,master=1000", kBlendSpacePq, true),
+                                     single("sdr", kBlendSpacePq, false)};
+    for (const Configuration& c : configs) {
+        const RunResult r = runConfiguration(c, 0, false);
+        ASSERT_EQ(r.luts.size(), 1u);
+        const Lut3d& lut = r.luts[0].lut;
+        const std::string path = (dir / (c.slug() + ".cube")).string();
+        writeCube(path, lut, c.describe(), {});
+        const auto read = sampleWithOcio(path);
+        ASSERT_EQ(read.size(), static_cast<size_t>(kLutEntries))
+            << "OpenColorIO (python3-pyopencolorio) did not read " << path;
+        for (int k = 0; k < kLutEntries; ++k) {
+            for (int ch = 0; ch < 3; ++ch) {
+                ASSERT_NEAR(read[k][ch], static_cast<double>(lut.codes[k][ch]) / lut.maxCode(), 2e-6)
+                    << c.describe() << ", entry " << k << ", channel " << ch;
+            }
+        }
+    }
+    fs::remove_all(dir);
+}
+
+}  // namespace
