@@ -1,10 +1,14 @@
 #!/usr/bin/env bash
-# The main job: builds libhdr_tm and prints the tone-mapping parameters of the
-# built-in defaults and of the example tuning file shipped in tools/.
+# The main job: builds libhdr_tm and its hdrtm tool, then runs `hdrtm demo`,
+# which calls the library's entry as a display service would (built-in
+# defaults, a representative set of layer configurations, the colour-manager
+# simulator) and writes every LUT it gets as a .cube file with a preview PNG,
+# plus a tone-curve plot, into build/demo; it prints a summary table.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 
 cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DHDRTM_BUILD_TESTS=OFF
-cmake --build build/release -j"$(nproc)"
-build/release/tools/hdrtm_params tools/example_tuning.xml
+cmake --build build/release -j"$(nproc)" --target hdrtm
+build/release/tools/hdrtm demo -o build/demo
+echo "The .cube files, previews and tone curve are in $(pwd)/build/demo"

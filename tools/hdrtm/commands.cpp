@@ -138,7 +138,7 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
         if (options.previews) {
             w.preview = base + "_preview.png";
             writePng((fs::path(options.outputDir) / w.preview).string(),
-                     renderPreview(toCubeTable(p.lut), twoDigits(index) + " " + p.label));
+                     renderPreview(toCubeTable(p.lut), title));
         }
         summary.files.push_back(w);
     }

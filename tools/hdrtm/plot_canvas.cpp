@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <iomanip>
 #include <sstream>
 #include <stdexcept>
 
@@ -36,13 +37,20 @@ std::string escaped(const std::string& s) {
 
 class SvgCanvas : public Canvas {
 public:
-    SvgCanvas(int w, int h) : width_(w), height_(h) {}
+    SvgCanvas(int w, int h) : width_(w), height_(h) { body_ << std::setprecision(5); }
 
     void line(float x0, float y0, float x1, float y1, Rgb8 colour, float width,
               bool dashed) override {
         body_ << "<line x1=\"" << x0 << "\" y1=\"" << y0 << "\" x2=\"" << x1 << "\" y2=\"" << y1
               << "\" stroke=\"" << hex(colour) << "\" stroke-width=\"" << width << "\""
               << (dashed ? " stroke-dasharray=\"6 4\"" : "") << "/>\n";
+    }
+    void polyline(const std::vector<std::pair<float, float>>& points, Rgb8 colour,
+                  float width) override {
+        body_ << "<polyline fill=\"none\" stroke=\"" << hex(colour) << "\" stroke-width=\"" << width
+              << "\" points=\"";
+        for (const auto& [x, y] : points) body_ << x << "," << y << " ";
+        body_ << "\"/>\n";
     }
     void rect(float x, float y, float w, float h, Rgb8 colour) override {
         body_ << "<rect x=\"" << x << "\" y=\"" << y << "\" width=\"" << w << "\" height=\"" << h
@@ -93,6 +101,13 @@ public:
             const float e = std::min(length, s + kDash);
             image_.line(x0 + (x1 - x0) * s / length, y0 + (y1 - y0) * s / length,
                         x0 + (x1 - x0) * e / length, y0 + (y1 - y0) * e / length, colour, pen);
+        }
+    }
+    void polyline(const std::vector<std::pair<float, float>>& points, Rgb8 colour,
+                  float width) override {
+        for (size_t i = 1; i < points.size(); ++i) {
+            line(points[i - 1].first, points[i - 1].second, points[i].first, points[i].second, colour,
+                 width, false);
         }
     }
     void rect(float x, float y, float w, float h, Rgb8 colour) override {

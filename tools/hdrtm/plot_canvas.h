@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "png_image.h"
 
@@ -16,6 +18,9 @@ public:
     virtual ~Canvas() = default;
     virtual void line(float x0, float y0, float x1, float y1, Rgb8 colour, float width,
                       bool dashed = false) = 0;
+    // Connected segments through `points` (x, y pairs).
+    virtual void polyline(const std::vector<std::pair<float, float>>& points, Rgb8 colour,
+                          float width) = 0;
     virtual void rect(float x, float y, float w, float h, Rgb8 colour) = 0;
     virtual void dot(float x, float y, float radius, Rgb8 colour) = 0;
     // `y` is the text's baseline.

@@ -156,12 +156,13 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
     c.line(kLeft, py(data.peakNits), kLeft + plotW, py(data.peakNits), kPeakColour, 1.0f, true);
     c.line(kLeft, py(data.blackNits), kLeft + plotW, py(data.blackNits), kBlackColour, 1.0f, true);
     for (const CurveSeries& s : data.curves) {
-        for (size_t i = 1; i < s.points.size(); ++i) {
-            c.line(px(s.points[i - 1].first), py(s.points[i - 1].second), px(s.points[i].first),
-                   py(s.points[i].second), s.colour, 2.0f);
-        }
+        std::vector<std::pair<float, float>> points;
+        for (const auto& [x, y] : s.points) points.emplace_back(px(x), py(y));
+        c.polyline(points, s.colour, 2.0f);
     }
-    for (const auto& [x, y] : data.controlPoints) c.dot(px(x), py(y), 3.5f, kPointColour);
+    for (const auto& [x, y] : data.controlPoints) {
+        if (x >= kPlotMinNits && y >= kPlotMinNits) c.dot(px(x), py(y), 3.5f, kPointColour);
+    }
 
     float legendY = kTop + 10.0f;
     const float legendX = kLeft + plotW + 16.0f;
