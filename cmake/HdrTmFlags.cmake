@@ -12,6 +12,19 @@ if(HDRTM_WERROR)
   add_compile_options(-Werror)
 endif()
 
+# Fuzzing: every target carries libFuzzer's coverage instrumentation and runs
+# under AddressSanitizer and UndefinedBehaviorSanitizer, so the library code a
+# fuzzer reaches both guides it and is checked. libFuzzer is clang's.
+if(HDRTM_BUILD_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "HDRTM_BUILD_FUZZERS needs clang: -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14")
+  endif()
+  if(NOT HDRTM_SANITIZE)
+    set(HDRTM_SANITIZE address,undefined)
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(HDRTM_SANITIZE)
   add_compile_options(-fsanitize=${HDRTM_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${HDRTM_SANITIZE})

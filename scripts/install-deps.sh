@@ -18,6 +18,7 @@ packages=(
   libtinyxml2-dev android-liblog-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   binutils
+  clang-14 libclang-rt-14-dev valgrind
   libcli11-dev nlohmann-json3-dev libpng-dev python3-pyopencolorio
 )
 if [ "$arm64" = 1 ]; then

@@ -1,0 +1,94 @@
+// Replays every seed of the fuzz corpora and every input that once made a
+// fuzzer fail through the fuzzers' own harnesses, built here without
+// libFuzzer, so the plain, sanitizer, Valgrind and Arm runs of the suite check
+// them all. A harness aborts on a broken property and names it. Also: calls
+// of the entry that lack one of their records.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "fuzz_harness.h"
+#include "hdr_tm.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Target {
+    const char* name;  // directory under fuzz/corpus and fuzz/regressions
+    int (*harness)(const uint8_t* data, size_t size);
+};
+
+std::vector<fs::path> inputsOf(const std::string& target) {
+    std::vector<fs::path> files;
+    for (const char* kind : {"corpus", "regressions"}) {
+        const fs::path dir = fs::path(HDRTM_FUZZ_DIR) / kind / target;
+        if (!fs::is_directory(dir)) continue;
+        for (const auto& entry : fs::directory_iterator(dir)) {
+            if (entry.is_regular_file()) files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+std::vector<uint8_t> bytesOf(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+class FuzzReplay : public ::testing::TestWithParam<Target> {};
+
+TEST_P(FuzzReplay, EverySeedAndPastFailureRunsClean) {
+    hdrtm_fuzz::discardLogs();
+    const std::vector<fs::path> files = inputsOf(GetParam().name);
+    ASSERT_FALSE(files.empty());
+    for (const fs::path& file : files) {
+        SCOPED_TRACE(file.string());
+        const std::vector<uint8_t> input = bytesOf(file);
+        EXPECT_EQ(GetParam().harness(input.data(), input.size()), 0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Fuzzers, FuzzReplay,
+                         ::testing::Values(Target{"tuning_loader", hdrtm_fuzz::fuzzTuningLoader},
+                                           Target{"stage", hdrtm_fuzz::fuzzStages},
+                                           Target{"entry", hdrtm_fuzz::fuzzEntry}),
+                         [](const auto& target) { return std::string(target.param.name); });
+
+// Without the layer records, the applied flags or the blend descriptor there
+// is nothing to answer: the call is refused before any byte is written.
+TEST(MissingRecords, CallIsRefusedAndNothingIsWritten) {
+    HdrLayerColorInfo layers[2]{};
+    HdrLayerLut layer{}, blend{};
+    uint8_t applied[kMaxLayers] = {0x77, 0x77, 0x77, 0x77};
+    HdrPlaybackInfo info{};
+    info.num_layers = 1;
+    info.layers = layers;
+    HdrLutSet luts{};
+    luts.layer_luts[0] = &layer;
+    luts.layer_lut_applied = applied;
+    luts.blend_lut = &blend;
+    layer.enabled = blend.enabled = 0x77;
+
+    EXPECT_EQ(HDR_playback_strategies(nullptr, &luts), 0);
+    EXPECT_EQ(HDR_playback_strategies(&info, nullptr), 0);
+    info.layers = nullptr;
+    EXPECT_EQ(HDR_playback_strategies(&info, &luts), 0);
+    info.layers = layers;
+    luts.layer_lut_applied = nullptr;
+    EXPECT_EQ(HDR_playback_strategies(&info, &luts), 0);
+    luts.layer_lut_applied = applied;
+    luts.blend_lut = nullptr;
+    EXPECT_EQ(HDR_playback_strategies(&info, &luts), 0);
+    EXPECT_EQ(layer.enabled, 0x77);
+    EXPECT_EQ(blend.enabled, 0x77);
+    EXPECT_EQ(applied[0], 0x77);
+}
+
+}  // namespace
