@@ -1,0 +1,105 @@
+// Calls from several threads. The entry serialises its calls, so callers on
+// different threads, even several racing the process's first call (the one
+// that loads the tuning file), get exactly the LUTs one caller gets alone and
+// the tuning file is read once. Each case runs in a fresh child process, as
+// the tuning is loaded once per process. Run under ThreadSanitizer in CI.
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+#include <krel/color_manager_sim.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "entry_caller.h"
+#include "log_capture.h"
+#include "tuning_path.h"
+
+namespace {
+
+constexpr const char* kTuningProperty = "ro.vendor.display.hdr.config";
+constexpr const char* kLoadLogPrefix = "HDR_load_tone_mapping_xml";
+constexpr int kThreads = 4;
+constexpr int kCallsPerThread = 8;
+
+struct Work {
+    uint32_t blendSpace;
+    uint8_t hwEnable;
+    std::vector<EntryLayer> layers;
+};
+
+// One kind of work per thread: the hardware path, per-layer LUTs, inverse
+// mapping into both blend spaces.
+const std::vector<Work> kWork = {
+    {0, 1, {{kTransferPq, 0, kPrimariesBt2020, 20000000}, {kTransferHlg}}},
+    {1, 0, {{kTransferPq}, {kTransferHlg}}},
+    {0, 0, {{kTransferBt709, 0, 1}, {kTransferHlg}}},
+    {2, 1, {{3, kContentClassSdr, 1}, {kTransferHlg}}},
+};
+
+void inFreshProcess(const std::function<void()>& body) {
+    std::fflush(nullptr);
+    const pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        body();
+        std::fflush(nullptr);
+        _exit(::testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child failed, see its output";
+}
+
+size_t linesStartingWith(const LogCapture& log, const std::string& prefix) {
+    const auto texts = log.texts();
+    return std::count_if(texts.begin(), texts.end(),
+                         [&](const std::string& t) { return t.rfind(prefix, 0) == 0; });
+}
+
+TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
+    const std::string tuning =
+        shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/tuning_v2_p3.xml");
+    inFreshProcess([&] {
+        krel::sim::Reset();
+        ASSERT_EQ(property_set(kTuningProperty, tuning.c_str()), 0);
+        LogCapture log;
+
+        std::vector<std::unique_ptr<EntryCaller>> callers;
+        for (int t = 0; t < kThreads; ++t) callers.push_back(std::make_unique<EntryCaller>());
+        std::vector<int> completed(kThreads, 0);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < kThreads; ++t) {
+            threads.emplace_back([&, t] {
+                const Work& w = kWork[t];
+                for (int n = 0; n < kCallsPerThread; ++n) {
+                    completed[t] += callers[t]->call(w.blendSpace, w.hwEnable, w.layers);
+                }
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        EXPECT_EQ(linesStartingWith(log, kLoadLogPrefix), 1u);
+        EXPECT_FALSE(krel::sim::Held());
+
+        // The same work, one caller at a time, gives the same LUTs.
+        for (int t = 0; t < kThreads; ++t) {
+            EXPECT_EQ(completed[t], kCallsPerThread) << "thread " << t;
+            const Work& w = kWork[t];
+            EntryCaller alone;
+            ASSERT_EQ(alone.call(w.blendSpace, w.hwEnable, w.layers), 1);
+            for (int i = 0; i < kMaxLayers; ++i) {
+                EXPECT_EQ(callers[t]->applied(i), alone.applied(i)) << "thread " << t;
+                EXPECT_TRUE(callers[t]->lut(i) == alone.lut(i)) << "thread " << t << " layer " << i;
+            }
+        }
+        property_set(kTuningProperty, "");
+    });
+}
+
+}  // namespace

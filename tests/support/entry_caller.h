@@ -1,0 +1,64 @@
+// One caller of the playback entry, as the display service keeps it between
+// calls: the layer records, four layer descriptors with their LUT buffers,
+// the applied flags and the blend descriptor.
+#pragma once
+
+#include <cstring>
+#include <vector>
+
+#include "hdr_tm.h"
+
+struct EntryLayer {
+    uint32_t transfer;
+    uint32_t contentClass = 0;
+    uint32_t primaries = kPrimariesBt2020;
+    uint32_t masterMaxLuminance = 0;  // 0.0001 cd/m2
+};
+
+class EntryCaller {
+public:
+    static constexpr uint32_t kBufferFill = 0xC0000000u;  // bits 30-31 set, codes zero
+
+    EntryCaller() {
+        for (int i = 0; i < kMaxLayers; ++i) {
+            luts_[i].assign(kLutEntries, kBufferFill);
+            descriptors_[i] = HdrLayerLut{};
+            descriptors_[i].entries = luts_[i].data();
+            set_.layer_luts[i] = &descriptors_[i];
+        }
+        set_.layer_lut_applied = applied_;
+        set_.blend_lut = &blend_;
+    }
+    EntryCaller(const EntryCaller&) = delete;
+    EntryCaller& operator=(const EntryCaller&) = delete;
+
+    int call(uint32_t blendSpace, uint8_t hwEnable, const std::vector<EntryLayer>& layers) {
+        std::memset(layers_, 0, sizeof(layers_));
+        for (size_t i = 0; i < layers.size() && i < kMaxLayers; ++i) {
+            layers_[i].transfer = layers[i].transfer;
+            layers_[i].content_class = layers[i].contentClass;
+            layers_[i].primaries = layers[i].primaries;
+            layers_[i].master_max_luminance = layers[i].masterMaxLuminance;
+        }
+        info_ = HdrPlaybackInfo{};
+        info_.blend_space = blendSpace;
+        info_.hw_enable = hwEnable;
+        info_.num_layers = static_cast<uint8_t>(layers.size());
+        info_.layers = layers_;
+        return HDR_playback_strategies(&info_, &set_);
+    }
+
+    const std::vector<uint32_t>& lut(int i) const { return luts_[i]; }
+    bool applied(int i) const { return applied_[i] != 0; }
+
+private:
+    static constexpr size_t kLutEntries = 17 * 17 * 17;  // entries of a layer LUT
+
+    HdrLayerColorInfo layers_[kMaxLayers];
+    HdrPlaybackInfo info_{};
+    std::vector<uint32_t> luts_[kMaxLayers];
+    HdrLayerLut descriptors_[kMaxLayers];
+    HdrLayerLut blend_{};
+    uint8_t applied_[kMaxLayers] = {};
+    HdrLutSet set_{};
+};
