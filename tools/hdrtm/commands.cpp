@@ -287,6 +287,23 @@ float contentPeak(const Configuration& config) {
     return 0.0f;
 }
 
+// A vetted tuning file as the library loads it, with the upper-range knobs
+// the entry would derive for content mastered at `contentPeakNits`; for the
+// tone-curve plot, which needs the record itself.
+TMParams loadTuning(const std::string& path, float contentPeakNits, bool* versionTwo) {
+    *versionTwo = vetTuning(path).versionTwo;
+    TMParams params;
+    PccCoefficients pcc;
+    std::memset(&params, 0, sizeof(params));
+    params.pcc = &pcc;
+    if (HDR_load_tone_mapping_xml(path.c_str(), &params) != 0) {
+        throw CommandError("the library cannot load the tuning file " + path);
+    }
+    params.pcc = nullptr;
+    applyEntryUpperRange(params, contentPeakNits);
+    return params;
+}
+
 }  // namespace
 
 std::vector<Configuration> demoConfigurations() {
@@ -332,15 +349,7 @@ int runLut(const std::string& tuningPath, const Configuration& config, const Run
     std::string label = "built-in defaults";
     std::string error;
     if (!tuningPath.empty()) {
-        versionTwo = vetTuning(tuningPath).versionTwo;
-        PccCoefficients pcc;
-        std::memset(&curveParams, 0, sizeof(curveParams));
-        curveParams.pcc = &pcc;
-        if (HDR_load_tone_mapping_xml(tuningPath.c_str(), &curveParams) != 0) {
-            throw CommandError("the library cannot load the tuning file " + tuningPath);
-        }
-        curveParams.pcc = nullptr;
-        applyEntryUpperRange(curveParams, contentPeak(config));
+        curveParams = loadTuning(tuningPath, contentPeak(config), &versionTwo);
         label = tuningPath;
     }
     if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
@@ -370,15 +379,8 @@ int runCurve(const std::string& tuningPath, const std::string& outputPath, float
     TMParams params = defaultParams();
     std::string title = "Tone curve: built-in defaults";
     if (!tuningPath.empty()) {
-        vetTuning(tuningPath);
-        PccCoefficients pcc;
-        std::memset(&params, 0, sizeof(params));
-        params.pcc = &pcc;
-        if (HDR_load_tone_mapping_xml(tuningPath.c_str(), &params) != 0) {
-            throw CommandError("the library cannot load the tuning file " + tuningPath);
-        }
-        params.pcc = nullptr;
-        applyEntryUpperRange(params, contentPeakNits);
+        bool versionTwo = false;
+        params = loadTuning(tuningPath, contentPeakNits, &versionTwo);
         title = "Tone curve: " + fs::path(tuningPath).filename().string();
     }
     writeCurvePlot(sampleToneCurve(params, title), outputPath);
