@@ -236,13 +236,4 @@ int fuzzEntry(const uint8_t* data, size_t size) {
 
 }  // namespace hdrtm_fuzz
 
-#ifndef HDRTM_FUZZ_REPLAY
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    hdrtm_fuzz::discardLogs();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    return hdrtm_fuzz::fuzzEntry(data, size);
-}
-#endif
+HDRTM_FUZZ_TARGET(hdrtm_fuzz::fuzzEntry)

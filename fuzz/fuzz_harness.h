@@ -1,7 +1,8 @@
 // The fuzz harnesses, one per libFuzzer target. Each fuzzer's source defines
-// its harness and, unless HDRTM_FUZZ_REPLAY is defined, the libFuzzer entry
-// points; tests/fuzz_regressions_test.cpp builds them with HDRTM_FUZZ_REPLAY
-// to replay the seed corpora and every input that once failed.
+// its harness and, through HDRTM_FUZZ_TARGET, the libFuzzer entry points;
+// tests/fuzz_regressions_test.cpp builds them with HDRTM_FUZZ_REPLAY defined
+// (no entry points) to replay the seed corpora and every input that once
+// failed.
 #pragma once
 
 #include <android/log.h>
@@ -29,6 +30,21 @@ int fuzzEntry(const uint8_t* data, size_t size);
 inline void discardLogs() {
     __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
 }
+
+// The libFuzzer entry points of a target: logs discarded, every input handed
+// to `harness`. Left out when the harness is built into the replay test.
+#ifdef HDRTM_FUZZ_REPLAY
+#define HDRTM_FUZZ_TARGET(harness)
+#else
+#define HDRTM_FUZZ_TARGET(harness)                                              \
+    extern "C" int LLVMFuzzerInitialize(int*, char***) {                        \
+        hdrtm_fuzz::discardLogs();                                              \
+        return 0;                                                               \
+    }                                                                           \
+    extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {   \
+        return harness(data, size);                                             \
+    }
+#endif
 
 // A file of this process under /tmp, rewritten for each input and removed
 // at exit: the tuning file a harness hands to the library by path.

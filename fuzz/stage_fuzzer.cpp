@@ -10,6 +10,7 @@
 // Input layout: selector byte; the 744-byte record; a byte whose low bit
 // gives a PCC block, then its 272 bytes; the function's own arguments; the
 // planes' samples.
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -97,6 +98,27 @@ TransferArgs takeTransferArgs(FuzzInput& in) {
     return a;
 }
 
+// Formula transfer functions: planes, count, planeCount, inScale, outScale.
+using FormulaTransfer = void (*)(float**, unsigned int, unsigned short, unsigned short,
+                                 unsigned short);
+// Table decoders: planes, count, inMax, outScale.
+using TableDecoder = void (*)(float**, unsigned int, unsigned short, unsigned short);
+
+void runFormula(FormulaTransfer transfer, FuzzInput& in) {
+    const TransferArgs a = takeTransferArgs(in);
+    Planes planes(in, a.count);
+    transfer(planes.get(), a.count, a.planeCount, a.inScale, a.outScale);
+}
+
+// The input's inScale serves as inMax, raised to `lowestInMax`.
+void runDecoder(TableDecoder decoder, FuzzInput& in, unsigned short lowestInMax) {
+    TransferArgs a = takeTransferArgs(in);
+    a.inScale = std::max(a.inScale, lowestInMax);
+    Planes planes(in, a.count);
+    keepWithinInMax(planes, a.inScale);
+    decoder(planes.get(), a.count, a.inScale, a.outScale);
+}
+
 void runPipeline(void (*pipeline)(TMParams*, float**), TMParams& params, FuzzInput& in) {
     Planes planes(in, gridCount(params));
     pipeline(&params, planes.get());
@@ -119,58 +141,30 @@ void runStage(Stage stage, TMParams& params, FuzzInput& in) {
             st2084_forward_tf(planes.get(), a.count, a.inScale, a.outScale);
             break;
         }
-        case kHlgForward: {
-            const TransferArgs a = takeTransferArgs(in);
-            Planes planes(in, a.count);
-            HLG_forward_tf(planes.get(), a.count, a.planeCount, a.inScale, a.outScale);
+        case kHlgForward:
+            runFormula(HLG_forward_tf, in);
             break;
-        }
-        case kHlgInverse: {
-            TransferArgs a = takeTransferArgs(in);
-            if (a.inScale == 0) a.inScale = 1;  // inMax 0 is outside this decoder's contract
-            Planes planes(in, a.count);
-            keepWithinInMax(planes, a.inScale);
-            HLG_inverse_tf(planes.get(), a.count, a.inScale, a.outScale);
+        case kHlgInverse:
+            runDecoder(HLG_inverse_tf, in, 1);  // inMax 0 is outside this decoder's contract
             break;
-        }
-        case kBt709Forward: {
-            const TransferArgs a = takeTransferArgs(in);
-            Planes planes(in, a.count);
-            bt709_forward_tf(planes.get(), a.count, a.planeCount, a.inScale, a.outScale);
+        case kBt709Forward:
+            runFormula(bt709_forward_tf, in);
             break;
-        }
-        case kBt709Inverse: {
-            const TransferArgs a = takeTransferArgs(in);
-            Planes planes(in, a.count);
-            keepWithinInMax(planes, a.inScale);
-            bt709_inverse_tf(planes.get(), a.count, a.inScale, a.outScale);
+        case kBt709Inverse:
+            runDecoder(bt709_inverse_tf, in, 0);
             break;
-        }
-        case kSrgbForward: {
-            const TransferArgs a = takeTransferArgs(in);
-            Planes planes(in, a.count);
-            sRGB_forward_tf(planes.get(), a.count, a.planeCount, a.inScale, a.outScale);
+        case kSrgbForward:
+            runFormula(sRGB_forward_tf, in);
             break;
-        }
-        case kSrgbInverse: {
-            const TransferArgs a = takeTransferArgs(in);
-            Planes planes(in, a.count);
-            keepWithinInMax(planes, a.inScale);
-            sRGB_inverse_tf(planes.get(), a.count, a.inScale, a.outScale);
+        case kSrgbInverse:
+            runDecoder(sRGB_inverse_tf, in, 0);
             break;
-        }
-        case kGamma2p2Forward: {
-            const TransferArgs a = takeTransferArgs(in);
-            Planes planes(in, a.count);
-            gamma2p2_forward_tf(planes.get(), a.count, a.planeCount, a.inScale, a.outScale);
+        case kGamma2p2Forward:
+            runFormula(gamma2p2_forward_tf, in);
             break;
-        }
-        case kGamma2p2Inverse: {
-            const TransferArgs a = takeTransferArgs(in);
-            Planes planes(in, a.count);
-            gamma2p2_inverse_tf(planes.get(), a.count, a.planeCount, a.inScale, a.outScale);
+        case kGamma2p2Inverse:
+            runFormula(gamma2p2_inverse_tf, in);
             break;
-        }
         case kGammaCustomForward: {
             const TransferArgs a = takeTransferArgs(in);
             const float gamma = in.take<float>();
@@ -349,8 +343,4 @@ int fuzzStages(const uint8_t* data, size_t size) {
 
 }  // namespace hdrtm_fuzz
 
-#ifndef HDRTM_FUZZ_REPLAY
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    return hdrtm_fuzz::fuzzStages(data, size);
-}
-#endif
+HDRTM_FUZZ_TARGET(hdrtm_fuzz::fuzzStages)

@@ -6,18 +6,15 @@
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
 #include <krel/color_manager_sim.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "entry_caller.h"
+#include "fresh_process.h"
 #include "log_capture.h"
 #include "tuning_path.h"
 
@@ -42,20 +39,6 @@ const std::vector<Work> kWork = {
     {0, 0, {{kTransferBt709, 0, 1}, {kTransferHlg}}},
     {2, 1, {{3, kContentClassSdr, 1}, {kTransferHlg}}},
 };
-
-void inFreshProcess(const std::function<void()>& body) {
-    std::fflush(nullptr);
-    const pid_t pid = fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-        body();
-        std::fflush(nullptr);
-        _exit(::testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child failed, see its output";
-}
 
 size_t linesStartingWith(const LogCapture& log, const std::string& prefix) {
     const auto texts = log.texts();

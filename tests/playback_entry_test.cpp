@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "fresh_process.h"
 #include "hdr_tm.h"
 #include "log_capture.h"
 #include "tuning_path.h"
@@ -465,20 +466,6 @@ TEST_F(Entry, TwoThreadsAtOnceGetTheirOwnLuts) {
 }
 
 // ---- Tuning: loaded once per process, so each case runs in a child process.
-
-void inFreshProcess(const std::function<void()>& body) {
-    std::fflush(nullptr);
-    const pid_t pid = fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-        body();
-        std::fflush(nullptr);
-        _exit(::testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child failed, see its output";
-}
 
 std::string dataFile(const char* name) {
     return shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/" + name);
