@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Builds libhdr_tm with warnings as errors and runs every test, then the whole
-# suite again under AddressSanitizer and UndefinedBehaviorSanitizer, and
-# cross-built for 64-bit Arm under qemu.
+# Builds libhdr_tm with warnings as errors and runs every test (the soak test
+# included), then the whole suite again under Valgrind memcheck, under
+# AddressSanitizer and UndefinedBehaviorSanitizer, the threading tests under
+# ThreadSanitizer, each fuzzer for a minute, and the suite cross-built for
+# 64-bit Arm under qemu.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh --arm64
@@ -11,14 +13,29 @@ cmake -S . -B build/ci -DCMAKE_BUILD_TYPE=RelWithDebInfo -DHDRTM_WERROR=ON -DHDR
 cmake --build build/ci -j"$jobs"
 ctest --test-dir build/ci --output-on-failure -j"$jobs"
 
+# Every test binary of that build once under Valgrind memcheck (the soak test
+# is left out: it ran above).
+scripts/memcheck.sh build/ci
+
 cmake -S . -B build/asan -DCMAKE_BUILD_TYPE=Debug -DHDRTM_WERROR=ON -DHDRTM_SANITIZE=address,undefined
 cmake --build build/asan -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-  ctest --test-dir build/asan --output-on-failure -j"$jobs"
+  ctest --test-dir build/asan --output-on-failure -j"$jobs" -LE soak
+
+# The threading tests under ThreadSanitizer: several callers at once, and
+# several racing the first call that loads the tuning.
+cmake -S . -B build/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DHDRTM_WERROR=ON -DHDRTM_SANITIZE=thread \
+  -DHDRTM_BUILD_TOOLS=OFF
+cmake --build build/tsan -j"$jobs" --target concurrency_test playback_entry_test
+TSAN_OPTIONS=halt_on_error=1 build/tsan/tests/concurrency_test
+TSAN_OPTIONS=halt_on_error=1 build/tsan/tests/playback_entry_test --gtest_filter='Entry.TwoThreads*'
+
+# Each libFuzzer target for a minute from its seed corpus.
+scripts/fuzz.sh 60
 
 # The same suite cross-built for 64-bit Arm, where GCC would otherwise fuse
 # multiply-adds; ctest runs every test binary under qemu-user-static.
 cmake -S . -B build/arm64 --toolchain cmake/toolchains/aarch64-linux-gnu.cmake \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo -DHDRTM_WERROR=ON -DHDRTM_BUILD_BENCH=OFF -DHDRTM_BUILD_TOOLS=ON
 cmake --build build/arm64 -j"$jobs"
-ctest --test-dir build/arm64 --output-on-failure -j"$jobs"
+ctest --test-dir build/arm64 --output-on-failure -j"$jobs" -LE soak
