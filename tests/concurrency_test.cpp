@@ -20,7 +20,6 @@
 
 namespace {
 
-constexpr const char* kTuningProperty = "ro.vendor.display.hdr.config";
 constexpr const char* kLoadLogPrefix = "HDR_load_tone_mapping_xml";
 constexpr int kThreads = 4;
 constexpr int kCallsPerThread = 8;
@@ -47,8 +46,7 @@ size_t linesStartingWith(const LogCapture& log, const std::string& prefix) {
 }
 
 TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
-    const std::string tuning =
-        shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/tuning_v2_p3.xml");
+    const std::string tuning = dataTuningPath("tuning_v2_p3.xml");
     inFreshProcess([&] {
         krel::sim::Reset();
         ASSERT_EQ(property_set(kTuningProperty, tuning.c_str()), 0);
@@ -69,8 +67,16 @@ TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
         for (std::thread& thread : threads) thread.join();
         EXPECT_EQ(linesStartingWith(log, kLoadLogPrefix), 1u);
         EXPECT_FALSE(krel::sim::Held());
+        // Every hardware call acquired, read, pushed and released the manager
+        // with no other call's step in between.
+        using krel::sim::Call;
+        const auto calls = krel::sim::Calls();
+        ASSERT_EQ(calls.size(), 4u * 2 * kCallsPerThread);  // two threads ask for the hardware
+        const Call::Kind cycle[4] = {Call::kAcquire, Call::kGet, Call::kSet, Call::kRelease};
+        for (size_t n = 0; n < calls.size(); ++n) EXPECT_EQ(calls[n].kind, cycle[n % 4]) << n;
+        const auto pushes = krel::sim::Pushes();
 
-        // The same work, one caller at a time, gives the same LUTs.
+        // The same work, one caller at a time, gives the same LUTs and pushes.
         for (int t = 0; t < kThreads; ++t) {
             EXPECT_EQ(completed[t], kCallsPerThread) << "thread " << t;
             const Work& w = kWork[t];
@@ -80,6 +86,11 @@ TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
                 EXPECT_EQ(callers[t]->applied(i), alone.applied(i)) << "thread " << t;
                 EXPECT_TRUE(callers[t]->lut(i) == alone.lut(i)) << "thread " << t << " layer " << i;
             }
+            if (w.hwEnable == 0) continue;
+            const std::vector<uint8_t> pushed = krel::sim::Pushes().back().record;
+            EXPECT_EQ(std::count_if(pushes.begin(), pushes.end(),
+                                    [&](const krel::sim::Push& p) { return p.record == pushed; }),
+                      kCallsPerThread) << "thread " << t;
         }
         property_set(kTuningProperty, "");
     });

@@ -1,22 +1,19 @@
 // The playback entry: every row of the per-layer decision table, the defaults
-// prologue, colour-manager faults, several layers in one call, two threads,
-// and (each in a fresh process) the once-per-process tuning with the clipping
-// luminance and linear scale it drives.
+// prologue, colour-manager faults, several layers in one call, and (each in a
+// fresh process) the once-per-process tuning with the clipping luminance and
+// linear scale it drives. Calls from several threads: concurrency_test.
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
 #include <krel/color_manager_sim.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "entry_caller.h"
 #include "fresh_process.h"
 #include "hdr_tm.h"
 #include "log_capture.h"
@@ -27,7 +24,6 @@ namespace {
 using Pipeline = void (*)(TMParams*, float**);
 using Lines = std::vector<std::string>;
 constexpr unsigned kCount = 17 * 17 * 17;
-constexpr const char* kProperty = "ro.vendor.display.hdr.config";
 constexpr uint32_t kUniform[17] = {0,   64,  128, 192, 256, 320, 384, 448, 512,
                                    576, 640, 704, 768, 832, 896, 960, 1023};
 constexpr size_t kPrologueLines = 41;  // defaults path: 2 + 34 control points + 5 settings
@@ -107,16 +103,11 @@ const Lines kIdentityPccLog = {
     "E PCC index[2] : 0.000000 0.000000 1.000000 0.000000 0.000000 0.000000 0.000000 0.000000 "
     "0.000000 0.000000 0.000000"};
 
-struct Layer {
-    uint32_t transfer;
-    uint32_t contentClass = 0;
-};
-
 class Entry : public ::testing::Test {
 public:
     void SetUp() override {
         krel::sim::Reset();
-        property_set(kProperty, "");
+        property_set(kTuningProperty, "");
         std::memset(layers_, 0, sizeof(layers_));
         for (int i = 0; i < 4; ++i) {
             lut_[i].assign(kCount, 0xFFFFFFFFu);
@@ -133,11 +124,11 @@ public:
         set_.blend_lut_applied = 0x77;
     }
 
-    int call(uint32_t blendSpace, uint8_t hw, std::vector<Layer> layers) {
+    int call(uint32_t blendSpace, uint8_t hw, const std::vector<EntryLayer>& layers) {
         for (size_t i = 0; i < layers.size(); ++i) {
             layers_[i].transfer = layers[i].transfer;
             layers_[i].content_class = layers[i].contentClass;
-            layers_[i].primaries = 9;
+            layers_[i].primaries = layers[i].primaries;
         }
         std::memset(&info_, 0, sizeof(info_));
         info_.blend_space = blendSpace;
@@ -236,7 +227,7 @@ enum class Result { kLayerLut, kCleared, kHardware };
 
 struct Row {
     const char* name;
-    Layer layer;
+    EntryLayer layer;
     uint32_t blendSpace;
     uint8_t hw;
     Pipeline pipeline;                // null: no pipeline runs
@@ -363,7 +354,7 @@ TEST_F(Entry, DefaultsPrologueLogsEverySetting) {
 }
 
 TEST_F(Entry, UnreadableTuningFileTakesTheDefaults) {
-    property_set(kProperty, "/nonexistent/hdr_tuning.xml");
+    property_set(kTuningProperty, "/nonexistent/hdr_tuning.xml");
     ASSERT_EQ(call(0, 0, {}), 1);
     const Lines all = log(0);
     EXPECT_EQ(Lines(all.begin() + 1, all.begin() + 4),
@@ -441,40 +432,12 @@ TEST_F(Entry, FailedPushIsLoggedPerBranch) {
     EXPECT_EQ(*(log().end() - 2), "E SetActiveParam for 3D LUt returned = -5");
 }
 
-// Calls are serialised: each thread's calls see the colour manager acquired,
-// read, pushed and released without the other's calls in between.
-TEST_F(Entry, TwoThreadsAtOnceGetTheirOwnLuts) {
-    const Planes pq = expectedPlanes(1, lut3d_process, hardwareSettings);
-    const Planes hlg = expectedPlanes(1, HLG_lut3d_process, hardwareSettings);
-    struct Records : Entry {
-        void TestBody() override {}
-    } second;
-    second.SetUp();
-    constexpr int kCalls = 20;
-    std::thread a([&] { for (int n = 0; n < kCalls; ++n) EXPECT_EQ(call(0, 1, {{16}}), 1); });
-    std::thread b([&] { for (int n = 0; n < kCalls; ++n) EXPECT_EQ(second.call(2, 1, {{18}}), 1); });
-    a.join();
-    b.join();
-    const auto calls = krel::sim::Calls();
-    ASSERT_EQ(calls.size(), 4u * 2 * kCalls);
-    using krel::sim::Call;
-    const Call::Kind cycle[4] = {Call::kAcquire, Call::kGet, Call::kSet, Call::kRelease};
-    for (size_t n = 0; n < calls.size(); ++n) EXPECT_EQ(calls[n].kind, cycle[n % 4]) << n;
-    const auto pqRecord = uniformRecord(pq), hlgRecord = uniformRecord(hlg);
-    for (const auto& push : krel::sim::Pushes())
-        EXPECT_TRUE(push.record == pqRecord || push.record == hlgRecord);
-}
-
 // ---- Tuning: loaded once per process, so each case runs in a child process.
-
-std::string dataFile(const char* name) {
-    return shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/" + name);
-}
 
 TEST_F(Entry, FailedTuningLoadIsLoggedOnceAndNeverRetried) {
     inFreshProcess([&] {
-        const std::string path = dataFile("tuning_wrong_root.xml");
-        ASSERT_EQ(property_set(kProperty, path.c_str()), 0);
+        const std::string path = dataTuningPath("tuning_wrong_root.xml");
+        ASSERT_EQ(property_set(kTuningProperty, path.c_str()), 0);
         ASSERT_EQ(call(1, 0, {}), 1);
         const Lines first = log(0);
         EXPECT_EQ(Lines(first.begin() + 1, first.begin() + 3),
@@ -490,7 +453,7 @@ TEST_F(Entry, FailedTuningLoadIsLoggedOnceAndNeverRetried) {
 // table it selects, on a 500-nit panel.
 TEST_F(Entry, ClippingLuminanceDrivesTheLinearScale) {
     inFreshProcess([&] {
-        ASSERT_EQ(property_set(kProperty, dataFile("tuning_linear_scale.xml").c_str()), 0);
+        ASSERT_EQ(property_set(kTuningProperty, dataTuningPath("tuning_linear_scale.xml").c_str()), 0);
         struct Case { uint32_t master0, cll0, master1; const char* clip; const char* scale; };
         const Case cases[] = {
             {40000000, 0, 10000000, "4000.000000", "300.000000 nits, ratio =0.475676, ind = 6, val =2060"},
@@ -521,7 +484,7 @@ TEST_F(Entry, ClippingLuminanceDrivesTheLinearScale) {
 
 TEST_F(Entry, TunedClippingBelowOneThousandNitsTakesTheFirstIndex) {
     inFreshProcess([&] {
-        ASSERT_EQ(property_set(kProperty, dataFile("tuning_low_clip.xml").c_str()), 0);
+        ASSERT_EQ(property_set(kTuningProperty, dataTuningPath("tuning_low_clip.xml").c_str()), 0);
         ASSERT_EQ(call(0, 0, {}), 1);
         EXPECT_EQ(lineStarting(log(0), "E linear"),
                   "E linear scale enable = 1, scale start =450.000000 nits, ratio =1.228571, "
@@ -533,7 +496,7 @@ TEST_F(Entry, TunedClippingBelowOneThousandNitsTakesTheFirstIndex) {
 // non-uniform 12-bit grid.
 TEST_F(Entry, VersionTwoTuningSendsGridCoordinates) {
     inFreshProcess([&] {
-        ASSERT_EQ(property_set(kProperty, dataFile("tuning_v2_p3.xml").c_str()), 0);
+        ASSERT_EQ(property_set(kTuningProperty, dataTuningPath("tuning_v2_p3.xml").c_str()), 0);
         ASSERT_EQ(call(0, 1, {{16}}), 1);
         TMParams curve = g_params;
         CalCurveLUT(&curve);

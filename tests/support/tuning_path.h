@@ -9,3 +9,13 @@
 // and returns the copy's path. The copy is written atomically, so concurrent
 // test processes may share it.
 std::string shortTuningPath(const std::string& path);
+
+// The property that names the tuning file.
+inline constexpr const char* kTuningProperty = "ro.vendor.display.hdr.config";
+
+#ifdef HDRTM_TEST_DATA_DIR
+// A short-path copy of tests/data/<name>.
+inline std::string dataTuningPath(const std::string& name) {
+    return shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/" + name);
+}
+#endif
