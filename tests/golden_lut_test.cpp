@@ -18,13 +18,13 @@
 #include <string>
 #include <vector>
 
+#include "entry_caller.h"
 #include "hdr_tm.h"
 #include "log_capture.h"
 #include "tuning_path.h"
 
 namespace {
 
-constexpr unsigned kCount = 17 * 17 * 17;
 const std::string kGoldenFile = std::string(HDRTM_TEST_DATA_DIR) + "/golden_luts.txt";
 
 struct Fnv1a64 {
@@ -35,10 +35,12 @@ struct Fnv1a64 {
             hash *= 0x100000001B3ull;
         }
     }
-    void addDescriptor(const HdrLayerLut& lut) {
-        add(&lut.dim_x, 4);  // dim_x, dim_y
+    // dim_x, dim_y, enabled, the reserved flag, then the applied flag.
+    void addDescriptor(const HdrLayerLut& lut, uint8_t applied) {
+        add(&lut.dim_x, 4);
         add(&lut.enabled, 1);
         add(&lut.reserved_flag, 1);
+        add(&applied, 1);
     }
 };
 
@@ -46,7 +48,7 @@ struct LayerSet {
     const char* name;
     uint32_t blendSpace;
     uint8_t hw;
-    std::vector<uint32_t> transfers;  // content class 2 for any transfer other than 16 and 18
+    std::vector<uint32_t> transfers;  // every layer content class 2
 };
 
 const LayerSet kLayerSets[] = {
@@ -59,45 +61,23 @@ const char* const kTunings[] = {"defaults", "tuning_v2_p3.xml", "tuning_v1_bt709
 
 // "<ret> <checksums...> <hash>" for one call of the entry.
 std::string runLayerSet(const LayerSet& set) {
-    HdrLayerColorInfo layers[4] = {};
-    std::vector<uint32_t> buffers[4];
-    HdrLayerLut luts[4] = {}, blend = {};
-    uint8_t applied[4] = {};
-    HdrLutSet lutSet = {};
-    for (int i = 0; i < 4; ++i) {
-        buffers[i].assign(kCount, 0);
-        luts[i].entries = buffers[i].data();
-        lutSet.layer_luts[i] = &luts[i];
-    }
-    lutSet.layer_lut_applied = applied;
-    lutSet.blend_lut = &blend;
-    for (size_t i = 0; i < set.transfers.size(); ++i) {
-        layers[i].transfer = set.transfers[i];
-        layers[i].primaries = 9;
-        layers[i].content_class = 2;
-        layers[i].master_max_luminance = 40000000;  // 4000 nits
-    }
-    HdrPlaybackInfo info = {};
-    info.blend_space = set.blendSpace;
-    info.hw_enable = set.hw;
-    info.num_layers = static_cast<uint8_t>(set.transfers.size());
-    info.layers = layers;
-
+    std::vector<EntryLayer> layers;
+    for (uint32_t transfer : set.transfers)
+        layers.push_back({transfer, kContentClassSdr, kPrimariesBt2020, 40000000});  // 4000 nits
     krel::sim::Reset();
     LogCapture log;
+    EntryCaller caller(0);
     std::ostringstream out;
-    out << HDR_playback_strategies(&info, &lutSet);
+    out << caller.call(set.blendSpace, set.hw, layers);
     for (const std::string& line : log.texts()) {
         if (line.find("hecksum") != std::string::npos) out << ' ' << line.substr(line.rfind(' ') + 1);
     }
     Fnv1a64 fnv;
-    for (int i = 0; i < 4; ++i) {
-        fnv.addDescriptor(luts[i]);
-        fnv.add(&applied[i], 1);
-        fnv.add(buffers[i].data(), buffers[i].size() * 4);
+    for (int i = 0; i < kMaxLayers; ++i) {
+        fnv.addDescriptor(caller.descriptor(i), caller.appliedFlag(i));
+        fnv.add(caller.lut(i).data(), caller.lut(i).size() * 4);
     }
-    fnv.addDescriptor(blend);
-    fnv.add(&lutSet.blend_lut_applied, 1);
+    fnv.addDescriptor(caller.blend(), caller.blendAppliedFlag());
     for (const auto& push : krel::sim::Pushes()) fnv.add(push.record.data(), push.record.size());
     char hash[24];
     std::snprintf(hash, sizeof(hash), " %016llx", static_cast<unsigned long long>(fnv.hash));
@@ -113,8 +93,8 @@ std::vector<std::string> runTuning(const std::string& tuning) {
     const pid_t pid = fork();
     if (pid == 0) {
         close(fds[0]);
-        const std::string path = shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/" + tuning);
-        if (property_set("ro.vendor.display.hdr.config", tuning == "defaults" ? "" : path.c_str()) != 0) {
+        const std::string path = tuning == "defaults" ? "" : dataTuningPath(tuning);
+        if (property_set(kTuningProperty, path.c_str()) != 0) {
             _exit(2);  // the tuning could not be named: fail rather than compare defaults
         }
         std::string text;

@@ -22,7 +22,6 @@
 
 namespace {
 
-constexpr const char* kTuningProperty = "ro.vendor.display.hdr.config";
 constexpr long kDefaultCalls = 100000;
 // Heap growth allowed between the end of the warm-up and the last call. A
 // per-call leak of the smallest per-call block (272 bytes) on a single case
@@ -101,8 +100,7 @@ private:
 };
 
 TEST(Soak, HeapStaysFlatOverEveryRowFaultAndTuning) {
-    const std::string tuning =
-        shortTuningPath(std::string(HDRTM_TEST_DATA_DIR) + "/tuning_v2_p3.xml");
+    const std::string tuning = dataTuningPath("tuning_v2_p3.xml");
     const std::string missing = "/nonexistent/hdr_tuning.xml";
     const long calls = callsToMake();
     const long cycle = static_cast<long>(kCases.size()) * kFaultCount * kTuningCount;

@@ -19,9 +19,9 @@ class EntryCaller {
 public:
     static constexpr uint32_t kBufferFill = 0xC0000000u;  // bits 30-31 set, codes zero
 
-    EntryCaller() {
+    explicit EntryCaller(uint32_t bufferFill = kBufferFill) {
         for (int i = 0; i < kMaxLayers; ++i) {
-            luts_[i].assign(kLutEntries, kBufferFill);
+            luts_[i].assign(kLutEntries, bufferFill);
             descriptors_[i] = HdrLayerLut{};
             descriptors_[i].entries = luts_[i].data();
             set_.layer_luts[i] = &descriptors_[i];
@@ -50,6 +50,10 @@ public:
 
     const std::vector<uint32_t>& lut(int i) const { return luts_[i]; }
     bool applied(int i) const { return applied_[i] != 0; }
+    uint8_t appliedFlag(int i) const { return applied_[i]; }
+    const HdrLayerLut& descriptor(int i) const { return descriptors_[i]; }
+    const HdrLayerLut& blend() const { return blend_; }
+    uint8_t blendAppliedFlag() const { return set_.blend_lut_applied; }
 
 private:
     static constexpr size_t kLutEntries = 17 * 17 * 17;  // entries of a layer LUT
