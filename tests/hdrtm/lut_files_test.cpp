@@ -145,11 +145,17 @@ TEST(Preview, RendersBothSidesAndTheBandsIntoOneImage) {
     EXPECT_EQ(image.pixels.size(), static_cast<size_t>(image.width) * image.height * 3);
 }
 
-TEST(CurvePlot, DefaultCurveRisesFromBlackToPeak) {
-    TMParams p;
-    std::memset(&p, 0, sizeof(p));
-    set_default_vals(&p);
-    const CurvePlotData data = sampleToneCurve(p, "t");
+class CurvePlot : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::memset(&params_, 0, sizeof(params_));
+        set_default_vals(&params_);
+    }
+    TMParams params_;
+};
+
+TEST_F(CurvePlot, DefaultCurveRisesFromBlackToPeak) {
+    const CurvePlotData data = sampleToneCurve(params_, "t");
     ASSERT_EQ(data.curves.size(), 1u);  // defaults use the parametric form only
     const auto& pts = data.curves[0].points;
     for (size_t i = 1; i < pts.size(); ++i) ASSERT_GE(pts[i].second, pts[i - 1].second);
@@ -157,24 +163,18 @@ TEST(CurvePlot, DefaultCurveRisesFromBlackToPeak) {
     EXPECT_NEAR(pts.back().second, 500.0, 1e-2);
 }
 
-TEST(CurvePlot, TableFormAddsItsControlPoints) {
-    TMParams p;
-    std::memset(&p, 0, sizeof(p));
-    set_default_vals(&p);
-    p.version = 1;
-    const CurvePlotData data = sampleToneCurve(p, "t");
+TEST_F(CurvePlot, TableFormAddsItsControlPoints) {
+    params_.version = 1;
+    const CurvePlotData data = sampleToneCurve(params_, "t");
     EXPECT_EQ(data.curves.size(), 2u);
     ASSERT_EQ(data.controlPoints.size(), 17u);
     EXPECT_NEAR(data.controlPoints[16].second, 500.0, 1e-2);  // code 1023 is the panel peak
 }
 
-TEST(CurvePlot, WritesSvgAndPngAndRefusesOtherNames) {
-    TMParams p;
-    std::memset(&p, 0, sizeof(p));
-    set_default_vals(&p);
+TEST_F(CurvePlot, WritesSvgAndPngAndRefusesOtherNames) {
     const fs::path dir = fs::temp_directory_path() / "hdrtm_curve_plot";
     fs::create_directories(dir);
-    const CurvePlotData data = sampleToneCurve(p, "t");
+    const CurvePlotData data = sampleToneCurve(params_, "t");
     writeCurvePlot(data, (dir / "c.svg").string());
     writeCurvePlot(data, (dir / "c.png").string());
     EXPECT_EQ(readAll(dir / "c.svg").rfind("<svg", 0), 0u);
