@@ -11,28 +11,21 @@
 
 namespace {
 
+// The defaults the entry logs (panel, colour and gamma spaces, curve knobs,
+// control points) are checked line by line in playback_entry_test; these are
+// the ones it does not log.
 TEST(Defaults, StoreBuiltInValuesAndLeaveTheRest) {
     TMParams p;
     std::memset(&p, 0xA5, sizeof(p));
     set_default_vals(&p);
-    EXPECT_EQ(p.panel_max_luminance, 500);
-    EXPECT_EQ(p.panel_min_luminance, 0.02f);
     EXPECT_EQ(p.nominal_peak_luminance, 1500.0f);
-    EXPECT_EQ(p.panel_color_mode, SPACE_DCIP3);
-    EXPECT_EQ(p.output_gamma_space, GAMMA_2P2);
-    EXPECT_EQ(p.t0, 0.0005f);
-    EXPECT_EQ(p.slope, 1.15f);
-    EXPECT_EQ(p.intl, 125.0f);
-    EXPECT_EQ(p.pivot, 8.0f);
     EXPECT_EQ(p.tlower, 0.5f);
     EXPECT_EQ(p.t1, 0.05f);
     EXPECT_EQ(p.t2, 0.5f);
     EXPECT_EQ(p.enableM, 1);
-    EXPECT_EQ(p.linearScale, 0);
+    EXPECT_EQ(p.linearScale, 0);  // the log cannot tell it from a zeroed record
     EXPECT_EQ(p.version, 0u);
     EXPECT_EQ(p.curve.num_points, 17);
-    EXPECT_EQ(p.curve.points_x[15], 923.0f);
-    EXPECT_EQ(p.curve.points_y[14], 1000.0f);
     // Fields without a default keep what the caller had.
     EXPECT_EQ(p.gamut_mode, 0xA5);
     EXPECT_EQ(p.grid_size, 0xA5);
