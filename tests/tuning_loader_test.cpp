@@ -217,27 +217,20 @@ TEST_F(TuningLoader, PanelPccIsSkippedWithoutABlock) {
     EXPECT_EQ(std::memcmp(bytes, &pcc_, sizeof(pcc_)), 0);
 }
 
-TEST_F(TuningLoader, SeventeenPointsAreStored) {
-    ASSERT_EQ(loadBody(points(17, 17)), 0);
-    EXPECT_EQ(params_.curve.num_points, 17);
-    for (int i = 0; i < 17; ++i) {
-        EXPECT_EQ(params_.curve.points_x[i], static_cast<float>(i * 10));
-        EXPECT_EQ(params_.curve.points_y[i], static_cast<float>(i * 20));
-    }
-    // Spare slots are not written.
-    uint32_t spare;
-    std::memcpy(&spare, &params_.curve.points_x[17], 4);
-    EXPECT_EQ(spare, 0x5A5A5A5Au);
-}
-
-TEST_F(TuningLoader, ExtraPointsAreCountedButNotCopied) {
-    for (int count : {20, 24, 30}) {
+// Extra points are counted but not copied; the spare slots stay unwritten.
+TEST_F(TuningLoader, SeventeenPointsAreStoredAndExtrasOnlyCounted) {
+    for (int count : {17, 20, 24, 30, 4000}) {  // thousands of points too
+        std::memset(&params_.curve, kSentinel, sizeof(params_.curve));
         ASSERT_EQ(loadBody(points(count, 17)), 0);
         EXPECT_EQ(params_.curve.num_points, count);
-        EXPECT_EQ(params_.curve.points_x[16], 160.0f);
+        for (int i = 0; i < 17; ++i) {
+            EXPECT_EQ(params_.curve.points_x[i], static_cast<float>(i * 10)) << count;
+            EXPECT_EQ(params_.curve.points_y[i], static_cast<float>(i * 20)) << count;
+        }
+        uint32_t spare;
+        std::memcpy(&spare, &params_.curve.points_x[17], 4);
+        EXPECT_EQ(spare, 0x5A5A5A5Au) << count;
     }
-    ASSERT_EQ(loadBody(points(4000, 4000)), 0);  // thousands of points
-    EXPECT_EQ(params_.curve.num_points, 4000);
 }
 
 TEST_F(TuningLoader, TooFewPointsMeanTheBuiltInCurve) {
