@@ -6,19 +6,17 @@
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
 #include <krel/color_manager_sim.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "entry_caller.h"
+#include "fresh_process.h"
 #include "hdr_tm.h"
 #include "log_capture.h"
 #include "tuning_path.h"
@@ -85,34 +83,19 @@ std::string runLayerSet(const LayerSet& set) {
 }
 
 // Lines "<tuning> <layer set> <result>" for one tuning, computed in a child
-// process: the tuning is loaded once per process.
+// process (the tuning is loaded once per process) and handed back in a file.
 std::vector<std::string> runTuning(const std::string& tuning) {
-    int fds[2];
-    EXPECT_EQ(pipe(fds), 0);
-    std::fflush(nullptr);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        close(fds[0]);
+    const std::string file = "/tmp/hdrtm_golden_" + std::to_string(getpid()) + ".txt";
+    inFreshProcess([&] {
         const std::string path = tuning == "defaults" ? "" : dataTuningPath(tuning);
-        if (property_set(kTuningProperty, path.c_str()) != 0) {
-            _exit(2);  // the tuning could not be named: fail rather than compare defaults
-        }
-        std::string text;
-        for (const LayerSet& set : kLayerSets) text += tuning + ' ' + set.name + ' ' + runLayerSet(set) + '\n';
-        const bool ok = write(fds[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
-        _exit(ok ? 0 : 1);
-    }
-    close(fds[1]);
-    std::string text;
-    char buffer[4096];
-    for (ssize_t n; (n = read(fds[0], buffer, sizeof(buffer))) > 0;) text.append(buffer, n);
-    close(fds[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        ASSERT_EQ(property_set(kTuningProperty, path.c_str()), 0);
+        std::ofstream out(file);
+        for (const LayerSet& set : kLayerSets) out << tuning << ' ' << set.name << ' ' << runLayerSet(set) << '\n';
+    });
     std::vector<std::string> lines;
-    std::istringstream in(text);
+    std::ifstream in(file);
     for (std::string line; std::getline(in, line);) lines.push_back(line);
+    std::remove(file.c_str());
     return lines;
 }
 
