@@ -1,73 +1,63 @@
 // Each LUT pipeline on a full 17^3 grid, set up as the playback entry sets it
-// (default tuning, identity panel correction). A pipeline starts from the grid
-// every time, so no input is restored between iterations.
+// (default tuning, identity panel correction), and beside it its floor: the
+// same pipeline's maths-library calls, on the same arguments, and nothing
+// else. A pipeline starts from the grid every time, so no input is restored
+// between iterations.
 #include <benchmark/benchmark.h>
 
-#include <cstring>
+#include <vector>
 
 #include "bench_planes.h"
-#include "hdr_tm.h"
-#include "lut3d.h"
+#include "maths_trace.h"
+#include "pipeline_setup.h"
 
 namespace {
 
-struct PipelineSetup {
-    PipelineSetup(uint8_t outBitDepth, uint8_t gamutMode, uint32_t inverseBt2020Luma) {
-        set_default_vals(&params);
-        params.grid_size = 17;
-        params.clipLuma = 1000.0f;
-        params.out_bit_depth = outBitDepth;
-        params.gamut_mode = gamutMode;
-        params.inverse_bt2020_luma = inverseBt2020Luma;
-        params.pcc_enable = 1;
-        params.pcc = &pcc;
-        for (int c = 0; c < 3; ++c) pcc.row[c][kPccR + c] = 1.0;
-        for (int axis = 0; axis < 3; ++axis) {
-            std::memcpy(params.grid_points[0][axis], hdrtm::kNonUniformGridCodes,
-                        sizeof(hdrtm::kNonUniformGridCodes));
-            std::memcpy(params.grid_points[1][axis], hdrtm::kUniformGridCodes,
-                        sizeof(hdrtm::kUniformGridCodes));
-        }
-    }
-    PipelineSetup(const PipelineSetup&) = delete;  // params points at this pcc
-    PipelineSetup& operator=(const PipelineSetup&) = delete;
-    TMParams params{};
-    PccCoefficients pcc{};
-};
-
-void runPipeline(benchmark::State& state, void (*pipeline)(TMParams*, float**),
-                 uint8_t outBitDepth, uint8_t gamutMode, uint32_t inverseBt2020Luma = 0) {
-    PipelineSetup setup(outBitDepth, gamutMode, inverseBt2020Luma);
+void runPipeline(benchmark::State& state, const PipelineCase& c) {
+    PipelineSetup setup(c.outBitDepth, c.gamutMode, c.inverseBt2020Luma);
     BenchPlanes planes;
     for (auto _ : state) {
-        pipeline(&setup.params, planes.planes);
+        c.pipeline(&setup.params, planes.planes);
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * BenchPlanes::kCount);
 }
 
-// Forward pipelines: 12-bit output, gamut mapping by rgb2rgb_gmap.
-void BM_PqForwardPipeline(benchmark::State& state) {
-    runPipeline(state, lut3d_process, 12, 2);
+void runFloor(benchmark::State& state, const PipelineCase& c) {
+    PipelineSetup setup(c.outBitDepth, c.gamutMode, c.inverseBt2020Luma);
+    BenchPlanes planes;
+    const mathstrace::Trace trace =
+        mathstrace::record([&] { c.pipeline(&setup.params, planes.planes); });
+    std::vector<float> sink;
+    for (auto _ : state) {
+        mathstrace::replay(trace, sink);
+        benchmark::ClobberMemory();
+    }
+    state.counters["maths_calls"] = static_cast<double>(trace.calls());
+    state.SetItemsProcessed(state.iterations() * BenchPlanes::kCount);
 }
-void BM_HlgForwardPipeline(benchmark::State& state) {
-    runPipeline(state, HLG_lut3d_process, 12, 2);
-}
-// Inverse pipelines: 10-bit output, no gamut stage.
-void BM_SdrToPqPipeline(benchmark::State& state) {
-    runPipeline(state, inverse_lut3d_process, 10, 0);
-}
-void BM_HlgToPqPipeline(benchmark::State& state) {
-    runPipeline(state, inverse_lut3d_process, 10, 0, 1);
-}
-void BM_SdrToHlgPipeline(benchmark::State& state) {
-    runPipeline(state, HLG_inverse_lut3d_process, 10, 0);
-}
+
+void BM_PqForwardPipeline(benchmark::State& state) { runPipeline(state, kPqForwardCase); }
+void BM_HlgForwardPipeline(benchmark::State& state) { runPipeline(state, kHlgForwardCase); }
+void BM_SdrToPqPipeline(benchmark::State& state) { runPipeline(state, kSdrToPqCase); }
+void BM_HlgToPqPipeline(benchmark::State& state) { runPipeline(state, kHlgToPqCase); }
+void BM_SdrToHlgPipeline(benchmark::State& state) { runPipeline(state, kSdrToHlgCase); }
+
+void BM_PqForwardPipelineFloor(benchmark::State& state) { runFloor(state, kPqForwardCase); }
+void BM_HlgForwardPipelineFloor(benchmark::State& state) { runFloor(state, kHlgForwardCase); }
+void BM_SdrToPqPipelineFloor(benchmark::State& state) { runFloor(state, kSdrToPqCase); }
+void BM_HlgToPqPipelineFloor(benchmark::State& state) { runFloor(state, kHlgToPqCase); }
+void BM_SdrToHlgPipelineFloor(benchmark::State& state) { runFloor(state, kSdrToHlgCase); }
 
 }  // namespace
 
 BENCHMARK(BM_PqForwardPipeline);
+BENCHMARK(BM_PqForwardPipelineFloor);
 BENCHMARK(BM_HlgForwardPipeline);
+BENCHMARK(BM_HlgForwardPipelineFloor);
 BENCHMARK(BM_SdrToPqPipeline);
+BENCHMARK(BM_SdrToPqPipelineFloor);
 BENCHMARK(BM_HlgToPqPipeline);
+BENCHMARK(BM_HlgToPqPipelineFloor);
 BENCHMARK(BM_SdrToHlgPipeline);
+BENCHMARK(BM_SdrToHlgPipelineFloor);

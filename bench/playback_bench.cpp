@@ -1,8 +1,10 @@
 // The playback entry, one case per row of the per-layer decision table that
-// runs a pipeline, with log lines discarded. Counters give the heap a call
-// takes through operator new (the entry's PCC block and sample planes, plus
-// any scratch of the stages; hardware rows also count the copies the
-// colour-manager simulator keeps).
+// runs a pipeline, three ways: with log lines formatted and discarded (the
+// counters give the heap a call takes through operator new: the entry's PCC
+// block and sample planes, plus any scratch of the stages; hardware rows also
+// count the copies the colour-manager simulator keeps), with logging
+// silenced so that no line is formatted, and as its floor: the maths-library
+// calls one entry call makes, on the same arguments, and nothing else.
 #include <android/log.h>
 #include <benchmark/benchmark.h>
 #include <krel/color_manager_sim.h>
@@ -13,6 +15,7 @@
 #include <vector>
 
 #include "hdr_tm.h"
+#include "maths_trace.h"
 
 namespace {
 
@@ -34,39 +37,58 @@ void discardLine(const struct __android_logger_data*, const char*) {}
 constexpr unsigned kEntries = 17 * 17 * 17;
 constexpr int kResetEvery = 64;  // the simulator keeps a copy of every push
 
-void BM_PlaybackEntry(benchmark::State& state, uint32_t blendSpace, uint8_t hw,
-                      std::vector<uint32_t> transfers, uint32_t contentClass) {
-    HdrLayerColorInfo layers[4] = {};
-    std::vector<uint32_t> buffers[4];
-    HdrLayerLut luts[4] = {}, blend = {};
-    uint8_t applied[4] = {};
-    HdrLutSet set = {};
-    for (int i = 0; i < 4; ++i) {
-        buffers[i].assign(kEntries, 0);
-        luts[i].entries = buffers[i].data();
-        set.layer_luts[i] = &luts[i];
+// The interface records of one entry call: up to four layers of one
+// transfer code each and their LUT buffers.
+class EntryCall {
+public:
+    EntryCall(uint32_t blendSpace, uint8_t hw, const std::vector<uint32_t>& transfers,
+              uint32_t contentClass) {
+        for (int i = 0; i < 4; ++i) {
+            buffers_[i].assign(kEntries, 0);
+            luts_[i].entries = buffers_[i].data();
+            set_.layer_luts[i] = &luts_[i];
+        }
+        set_.layer_lut_applied = applied_;
+        set_.blend_lut = &blend_;
+        for (size_t i = 0; i < transfers.size(); ++i) {
+            layers_[i].transfer = transfers[i];
+            layers_[i].primaries = 9;
+            layers_[i].content_class = contentClass;
+        }
+        info_.blend_space = blendSpace;
+        info_.hw_enable = hw;
+        info_.num_layers = static_cast<uint8_t>(transfers.size());
+        info_.layers = layers_;
     }
-    set.layer_lut_applied = applied;
-    set.blend_lut = &blend;
-    for (size_t i = 0; i < transfers.size(); ++i) {
-        layers[i].transfer = transfers[i];
-        layers[i].primaries = 9;
-        layers[i].content_class = contentClass;
-    }
-    HdrPlaybackInfo info = {};
-    info.blend_space = blendSpace;
-    info.hw_enable = hw;
-    info.num_layers = static_cast<uint8_t>(transfers.size());
-    info.layers = layers;
+    EntryCall(const EntryCall&) = delete;  // the records point into this object
+    EntryCall& operator=(const EntryCall&) = delete;
 
+    int run() { return HDR_playback_strategies(&info_, &set_); }
+
+private:
+    HdrLayerColorInfo layers_[4] = {};
+    std::vector<uint32_t> buffers_[4];
+    HdrLayerLut luts_[4] = {}, blend_ = {};
+    uint8_t applied_[4] = {};
+    HdrLutSet set_ = {};
+    HdrPlaybackInfo info_ = {};
+};
+
+// How the entry's log lines are handled while it is timed.
+enum class Logging { kDiscarded, kSilenced };
+
+void BM_PlaybackEntry(benchmark::State& state, Logging logging, uint32_t blendSpace, uint8_t hw,
+                      std::vector<uint32_t> transfers, uint32_t contentClass) {
+    EntryCall call(blendSpace, hw, transfers, contentClass);
     __android_log_set_logger(discardLine);
+    if (logging == Logging::kSilenced) __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
     krel::sim::Reset();
     gHeapBytes = 0;
     gHeapBlocks = 0;
     int calls = 0;
     for (auto _ : state) {
         gCounting = true;
-        benchmark::DoNotOptimize(HDR_playback_strategies(&info, &set));
+        benchmark::DoNotOptimize(call.run());
         gCounting = false;
         if (++calls % kResetEvery == 0) {
             state.PauseTiming();
@@ -78,7 +100,24 @@ void BM_PlaybackEntry(benchmark::State& state, uint32_t blendSpace, uint8_t hw,
         benchmark::Counter(static_cast<double>(gHeapBytes), benchmark::Counter::kAvgIterations);
     state.counters["heap_blocks_per_call"] =
         benchmark::Counter(static_cast<double>(gHeapBlocks), benchmark::Counter::kAvgIterations);
+    __android_log_set_minimum_priority(ANDROID_LOG_DEFAULT);
     __android_log_set_logger(__android_log_stderr_logger);
+}
+
+void BM_PlaybackEntryFloor(benchmark::State& state, uint32_t blendSpace, uint8_t hw,
+                           std::vector<uint32_t> transfers, uint32_t contentClass) {
+    EntryCall call(blendSpace, hw, transfers, contentClass);
+    __android_log_set_logger(discardLine);
+    krel::sim::Reset();
+    const mathstrace::Trace trace = mathstrace::record([&call] { call.run(); });
+    krel::sim::Reset();
+    __android_log_set_logger(__android_log_stderr_logger);
+    std::vector<float> sink;
+    for (auto _ : state) {
+        mathstrace::replay(trace, sink);
+        benchmark::ClobberMemory();
+    }
+    state.counters["maths_calls"] = static_cast<double>(trace.calls());
 }
 
 }  // namespace
@@ -90,11 +129,18 @@ void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, size_t) noexcept { std::free(block); }
 void operator delete[](void* block, size_t) noexcept { std::free(block); }
 
-BENCHMARK_CAPTURE(BM_PlaybackEntry, PqPerLayer, 1, 0, {16}, 0)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_PlaybackEntry, PqHardware, 0, 1, {16}, 0)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_PlaybackEntry, HlgUnderPqBlend, 0, 0, {18}, 0)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_PlaybackEntry, HlgPerLayer, 1, 0, {18}, 0)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_PlaybackEntry, HlgHardware, 2, 1, {18}, 0)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_PlaybackEntry, SdrUnderPqBlend, 0, 0, {1}, 2)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_PlaybackEntry, SdrUnderHlgBlend, 2, 0, {1}, 2)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_PlaybackEntry, NoPipeline, 0, 0, {16}, 0)->Unit(benchmark::kMicrosecond);
+// Each decision row: logged (discarded), silenced, and its floor.
+#define HDRTM_ENTRY_ROW(name, unit, ...)                                                     \
+    BENCHMARK_CAPTURE(BM_PlaybackEntry, name, Logging::kDiscarded, __VA_ARGS__)->Unit(unit); \
+    BENCHMARK_CAPTURE(BM_PlaybackEntry, name##Silent, Logging::kSilenced, __VA_ARGS__)       \
+        ->Unit(unit);                                                                        \
+    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name, __VA_ARGS__)->Unit(unit)
+
+HDRTM_ENTRY_ROW(PqPerLayer, benchmark::kMicrosecond, 1, 0, {16}, 0);
+HDRTM_ENTRY_ROW(PqHardware, benchmark::kMicrosecond, 0, 1, {16}, 0);
+HDRTM_ENTRY_ROW(HlgUnderPqBlend, benchmark::kMicrosecond, 0, 0, {18}, 0);
+HDRTM_ENTRY_ROW(HlgPerLayer, benchmark::kMicrosecond, 1, 0, {18}, 0);
+HDRTM_ENTRY_ROW(HlgHardware, benchmark::kMicrosecond, 2, 1, {18}, 0);
+HDRTM_ENTRY_ROW(SdrUnderPqBlend, benchmark::kMicrosecond, 0, 0, {1}, 2);
+HDRTM_ENTRY_ROW(SdrUnderHlgBlend, benchmark::kMicrosecond, 2, 0, {1}, 2);
+HDRTM_ENTRY_ROW(NoPipeline, benchmark::kMicrosecond, 0, 0, {16}, 0);
