@@ -8,6 +8,15 @@ foreach(flags_var CMAKE_CXX_FLAGS CMAKE_C_FLAGS CMAKE_CXX_FLAGS_RELEASE CMAKE_CX
 endforeach()
 
 add_compile_options(-ffp-contract=off -fno-fast-math -Wall -Wextra -Wshadow -Wno-unused-parameter)
+# Plane loops must vectorise (element-wise vector arithmetic rounds exactly as
+# scalar arithmetic does). GCC's -O2 takes a loop only when its trip count is
+# a multiple of the vector width (the planes hold 4913 samples), so it weighs
+# epilogues and alias checks as -O3 does; and GCC will not turn a clamp's
+# comparisons into selects while it must keep floating-point exception flags,
+# which clang (the device compiler) never keeps. Neither changes a value.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-fvect-cost-model=dynamic -fno-trapping-math)
+endif()
 if(HDRTM_WERROR)
   add_compile_options(-Werror)
 endif()

@@ -107,6 +107,7 @@ void applyMatrix(const Matrix3& m, float* const* in, float* const* out, unsigned
     float* const out0 = out[0];
     float* const out1 = out[1];
     float* const out2 = out[2];
+    HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         const float a = in0[i];
         const float b = in1[i];
@@ -126,21 +127,20 @@ void replaceLuminanceToBt2020(const float* lumaBefore, const float* lumaAfter, f
     float* const outR = rgb[0];
     float* const outG = rgb[1];
     float* const outB = rgb[2];
+    HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
-        float x = planeX[i];
-        float y = planeY[i];
-        float z = planeZ[i];
-        if (y == 0.0f) {
-            // Zero luminance: a D65 neutral of that luminance, whatever the
-            // luminance planes say.
-            x = y * kD65XOverY;
-            z = y * kD65ZOverY;
-        } else {
-            const float ratio = lumaAfter[i] / lumaBefore[i];
-            x = x * ratio;
-            y = y * ratio;
-            z = z * ratio;
-        }
+        const float x0 = planeX[i];
+        const float y0 = planeY[i];
+        const float z0 = planeZ[i];
+        // Computed for every point and used only where Y is not 0, so that
+        // the loop has no branch.
+        const float ratio = lumaAfter[i] / lumaBefore[i];
+        // Zero luminance: a D65 neutral of that luminance, whatever the
+        // luminance planes say.
+        const bool neutral = y0 == 0.0f;
+        const float x = neutral ? y0 * kD65XOverY : x0 * ratio;
+        const float y = neutral ? y0 : y0 * ratio;
+        const float z = neutral ? y0 * kD65ZOverY : z0 * ratio;
         outR[i] = clampUnitKeepNaN(rowTimes(k.m[0], x, y, z));
         outG[i] = clampUnitKeepNaN(rowTimes(k.m[1], x, y, z));
         outB[i] = clampUnitKeepNaN(rowTimes(k.m[2], x, y, z));
@@ -176,6 +176,29 @@ inline float labF(float t) {
 inline int primariesOfPanel(HDR_COLOR_SPACE space) {
     if (static_cast<int32_t>(space) < 2) return kPrimariesBt709;
     return static_cast<uint8_t>(space - 1);
+}
+
+// One row of the panel correction, coefficient by coefficient, in locals.
+struct PccRow {
+    double c, r, g, b, rr, gg, bb, rg, gb, rb, rgb;
+};
+
+PccRow loadPccRow(const double* k) {
+    return {k[kPccC],  k[kPccR],  k[kPccG],  k[kPccB],  k[kPccRR],  k[kPccGG],
+            k[kPccBB], k[kPccRG], k[kPccGB], k[kPccRB], k[kPccRGB]};
+}
+
+// A point's polynomial terms, widened to double.
+struct PccTerms {
+    double r, g, b, rr, gg, bb, rg, gb, rb, rgb;
+};
+
+// c + (r, g, b, rg, gb, rb, rr, gg, bb, rgb terms summed in that order), to
+// float, clamped to [0, 1] (NaN passes).
+inline float pccChannel(const PccRow& k, const PccTerms& t) {
+    const double sum = k.r * t.r + k.g * t.g + k.b * t.b + k.rg * t.rg + k.gb * t.gb +
+                       k.rb * t.rb + k.rr * t.rr + k.gg * t.gg + k.bb * t.bb + k.rgb * t.rgb;
+    return clampUnitKeepNaN(static_cast<float>(k.c + sum));
 }
 
 }  // namespace
@@ -218,6 +241,7 @@ void xyz2lab(TMParams* params, float** xyz, float** lab) {
     float* const outL = lab[0];
     float* const outA = lab[1];
     float* const outB = lab[2];
+    HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         const float fx = labF(planeX[i] * kLabPercent / kLabWhiteX);
         const float fy = labF(planeY[i] * kLabPercent / kLabWhiteY);
@@ -249,6 +273,7 @@ void rgb2rgb_gmap(TMParams* params, float** planes) {
     float* const planeR = planes[0];
     float* const planeG = planes[1];
     float* const planeB = planes[2];
+    HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         const float r = planeR[i];
         const float g = planeG[i];
@@ -270,36 +295,33 @@ void panel_mapping_PCC(TMParams* params, float** planes) {
     const PccCoefficients* const pcc = params->pcc;
     // Without a coefficient block there is no correction to apply.
     if (pcc == nullptr) return;
-    const PccCoefficients coefficients = *pcc;
+    // Each row's eleven coefficients in locals for the whole loop.
+    const PccRow kr = loadPccRow(pcc->row[0]);
+    const PccRow kg = loadPccRow(pcc->row[1]);
+    const PccRow kb = loadPccRow(pcc->row[2]);
     float* const planeR = planes[0];
     float* const planeG = planes[1];
     float* const planeB = planes[2];
+    HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         const float r = planeR[i];
         const float g = planeG[i];
         const float b = planeB[i];
         // Products in single precision, then widened; the polynomial is
         // summed in double, linear terms first and the constant last.
-        const double dr = r;
-        const double dg = g;
-        const double db = b;
-        const double drr = r * r;
-        const double dgg = g * g;
-        const double dbb = b * b;
-        const double drg = r * g;
-        const double dgb = g * b;
-        const double drb = r * b;
-        const double drgb = (r * g) * b;
-        float out[kPlaneCount];
-        for (int channel = 0; channel < kPlaneCount; ++channel) {
-            const double* const k = coefficients.row[channel];
-            const double sum = k[kPccR] * dr + k[kPccG] * dg + k[kPccB] * db + k[kPccRG] * drg +
-                               k[kPccGB] * dgb + k[kPccRB] * drb + k[kPccRR] * drr +
-                               k[kPccGG] * dgg + k[kPccBB] * dbb + k[kPccRGB] * drgb;
-            out[channel] = clampUnitKeepNaN(static_cast<float>(k[kPccC] + sum));
-        }
-        planeR[i] = out[0];
-        planeG[i] = out[1];
-        planeB[i] = out[2];
+        PccTerms t;
+        t.r = r;
+        t.g = g;
+        t.b = b;
+        t.rr = r * r;
+        t.gg = g * g;
+        t.bb = b * b;
+        t.rg = r * g;
+        t.gb = g * b;
+        t.rb = r * b;
+        t.rgb = (r * g) * b;
+        planeR[i] = pccChannel(kr, t);
+        planeG[i] = pccChannel(kg, t);
+        planeB[i] = pccChannel(kb, t);
     }
 }
