@@ -19,6 +19,10 @@ extern const uint32_t kHardwareGridCodes[kGridPointsPerAxis];
 
 // Fills n^3 samples of the three planes from a grid table (R fastest).
 void fillSamplePlanes(const uint32_t (*grid)[kGridPointsPerAxis], float** planes, unsigned int n);
+// The same layout from one value per grid point and axis: sample (r, g, b)
+// gets axisValues[0][r], axisValues[1][g], axisValues[2][b].
+void fillPlanesFromAxes(const float (*axisValues)[kGridPointsPerAxis], float** planes,
+                        unsigned int n);
 
 }  // namespace hdrtm
 

@@ -59,8 +59,25 @@ void forEachSample(float** planes, unsigned int count, F f) {
 // replaced by its decode-table entry: the planes hold linear light.
 void fillAndLinearise(const TMParams& params, uint32_t gridSet, const double* table,
                       float** planes) {
-    fillSamplePlanes(params.grid_points[gridSet == 0 ? 0 : 1], planes, params.grid_size);
-    decodeCodesThroughTable(table, planes, samplesPerPlane(params));
+    const uint32_t (*grid)[kGridPointsPerAxis] = params.grid_points[gridSet == 0 ? 0 : 1];
+    const unsigned int n = params.grid_size;
+    if (n > static_cast<unsigned int>(kGridPointsPerAxis)) {
+        // The grid fills 17^3 samples and the decode runs over all n^3.
+        fillSamplePlanes(grid, planes, n);
+        decodeCodesThroughTable(table, planes, samplesPerPlane(params));
+        return;
+    }
+    // Every sample is a grid code, so each of the 17 codes an axis holds is
+    // decoded once, exactly as the per-sample decode reads it, and laid out.
+    // Only the first n codes of an axis are read, as the per-sample decode would.
+    float decoded[kPlaneCount][kGridPointsPerAxis] = {};
+    for (int axis = 0; axis < kPlaneCount; ++axis) {
+        for (unsigned int p = 0; p < n; ++p) {
+            const float code = static_cast<float>(grid[axis][p]);
+            decoded[axis][p] = static_cast<float>(table[floatToInt32(code)]);
+        }
+    }
+    fillPlanesFromAxes(decoded, planes, n);
 }
 
 // The fixed gamut matrix for a panel colour space; null for a BT.2020 panel

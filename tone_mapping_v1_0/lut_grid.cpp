@@ -17,7 +17,8 @@ const uint32_t kHardwareGridCodes[kGridPointsPerAxis] = {
     0, 248, 492, 741, 1017, 1233, 1546, 1806, 1930, 2054, 2178, 2302, 2426, 2550, 2675,
     3696, 4096};
 
-void fillSamplePlanes(const uint32_t (*grid)[kGridPointsPerAxis], float** planes, unsigned int n) {
+void fillPlanesFromAxes(const float (*axisValues)[kGridPointsPerAxis], float** planes,
+                        unsigned int n) {
     // A row holds 17 points: a larger count fills the 17-point grid.
     const int points = static_cast<int>(std::min(n, static_cast<unsigned int>(kGridPointsPerAxis)));
     float* red = planes[0];
@@ -27,12 +28,20 @@ void fillSamplePlanes(const uint32_t (*grid)[kGridPointsPerAxis], float** planes
         for (int g = 0; g < points; ++g) {
             for (int r = 0; r < points; ++r) {
                 const int i = (b * points + g) * points + r;
-                red[i] = static_cast<float>(grid[0][r]);
-                green[i] = static_cast<float>(grid[1][g]);
-                blue[i] = static_cast<float>(grid[2][b]);
+                red[i] = axisValues[0][r];
+                green[i] = axisValues[1][g];
+                blue[i] = axisValues[2][b];
             }
         }
     }
+}
+
+void fillSamplePlanes(const uint32_t (*grid)[kGridPointsPerAxis], float** planes, unsigned int n) {
+    float codes[kPlaneCount][kGridPointsPerAxis];
+    for (int axis = 0; axis < kPlaneCount; ++axis) {
+        for (int p = 0; p < kGridPointsPerAxis; ++p) codes[axis][p] = static_cast<float>(grid[axis][p]);
+    }
+    fillPlanesFromAxes(codes, planes, n);
 }
 
 namespace {

@@ -25,6 +25,8 @@ constexpr float kPanelDecodeGamma = 2.2f;
 constexpr float kMinLuminanceFloor = floatFromBits(0x3356BF96);
 // Base of the curve's logarithms.
 constexpr float kLogBase = 10.0f;
+// Points the forward luminance mapping takes through the curve at a time.
+constexpr uint32_t kCurveBlock = 256;
 
 }  // namespace
 
@@ -217,20 +219,49 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
 
     const uint32_t count = gridSize * gridSize * gridSize;
     if (!inverse) {
+        // Run as passes so that the maths calls of neighbouring points do not
+        // wait on each other; each point goes through the same steps, with the
+        // same calls, as in one loop.
         const float invSysGamma = 1.0f / sysGamma;
-        for (uint32_t i = 0; i < count; ++i) {
-            float y = lumaIn[i];
-            if (brightEnable && lo < y && y < hi) {
-                y = lo + (hi - lo) * powf((y - lo) / (hi - lo), invSysGamma);
+        if (brightEnable) {
+            for (uint32_t i = 0; i < count; ++i) {
+                float y = lumaIn[i];
+                if (lo < y && y < hi) y = lo + (hi - lo) * powf((y - lo) / (hi - lo), invSysGamma);
+                lumaOut[i] = y;
             }
-            if (linearScale && y > knee) y = knee + (y - knee) * scaleRatio;
-            float l = lMin;
-            if (y > 0.0f) {
-                const float x = log10f(y * kNitsPerUnit);
-                const float mapped = useTable ? logTM_LUT(x, table) : logCurveForward(curve, x);
-                l = powf(kLogBase, mapped) / kNitsPerUnit;
+        } else {
+            for (uint32_t i = 0; i < count; ++i) lumaOut[i] = lumaIn[i];
+        }
+        if (linearScale) {
+            for (uint32_t i = 0; i < count; ++i) {
+                const float y = lumaOut[i];
+                lumaOut[i] = y > knee ? knee + (y - knee) * scaleRatio : y;
             }
-            lumaOut[i] = (l - lMin) / (lMax - lMin);
+        }
+        // lumaOut holds the adjusted luminance; the curve works block by block
+        // on the stack.
+        float mapped[kCurveBlock];
+        for (uint32_t start = 0; start < count; start += kCurveBlock) {
+            float* const y = lumaOut + start;
+            const uint32_t n = std::min(count - start, kCurveBlock);
+            for (uint32_t j = 0; j < n; ++j) {
+                if (y[j] > 0.0f) mapped[j] = log10f(y[j] * kNitsPerUnit);
+            }
+            if (useTable) {
+                for (uint32_t j = 0; j < n; ++j) {
+                    if (y[j] > 0.0f) mapped[j] = logTM_LUT(mapped[j], table);
+                }
+            } else {
+                for (uint32_t j = 0; j < n; ++j) {
+                    if (y[j] > 0.0f) mapped[j] = logCurveForward(curve, mapped[j]);
+                }
+            }
+            // A luminance that is not positive maps to the panel black level.
+            for (uint32_t j = 0; j < n; ++j) {
+                float l = lMin;
+                if (y[j] > 0.0f) l = powf(kLogBase, mapped[j]) / kNitsPerUnit;
+                y[j] = (l - lMin) / (lMax - lMin);
+            }
         }
     } else {
         for (uint32_t i = 0; i < count; ++i) {
