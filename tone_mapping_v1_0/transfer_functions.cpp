@@ -160,11 +160,15 @@ void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScal
     // or NaN for a zero sample.
     const float in = static_cast<float>(inScale);
     const float out = static_cast<float>(outScale);
+    // Two passes a plane, one power each, so that no power waits on another.
     for (int c = 0; c < kPlaneCount; ++c) {
         float* p = planes[c];
         for (unsigned int i = 0; i < count; ++i) {
             const float linear = clampUnitKeepNaN(p[i] / in);
-            const float power = powf(linear, kPqM1);
+            p[i] = powf(linear, kPqM1);
+        }
+        for (unsigned int i = 0; i < count; ++i) {
+            const float power = p[i];
             const float numerator = power * kPqC2 + kPqC1;
             const float denominator = power * kPqC3 + 1.0f;
             p[i] = powf(numerator / denominator, kPqM2) * out;
@@ -251,17 +255,24 @@ void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigne
     float* g = planes[1];
     float* b = planes[2];
     const float gamma = ootfSystemGamma(peak);
-    std::vector<float> luma(count);  // scratch: scene luminance of every sample
-    for (unsigned int i = 0; i < count; ++i) luma[i] = bt2020Luminance(r[i], g[i], b[i]);
+    // Scratch: scene luminance of every sample, then its gain.
+    std::vector<float> gains(count);
+    float* const gain = gains.data();
+    HDRTM_INDEPENDENT_POINTS
+    for (unsigned int i = 0; i < count; ++i) gain[i] = bt2020Luminance(r[i], g[i], b[i]);
     // A sample whose luminance is not positive (or NaN) keeps the previous
     // sample's gain, on purpose; the first such sample gets 0.
-    float gain = 0.0f;
+    float carried = 0.0f;
     for (unsigned int i = 0; i < count; ++i) {
-        const float y = luma[i];
-        if (y > 0.0f) gain = (peak / y) * powf(y, gamma);
-        r[i] = clampUnitKeepNaN(r[i] * gain / kPqPeakNits);
-        g[i] = clampUnitKeepNaN(g[i] * gain / kPqPeakNits);
-        b[i] = clampUnitKeepNaN(b[i] * gain / kPqPeakNits);
+        const float y = gain[i];
+        if (y > 0.0f) carried = (peak / y) * powf(y, gamma);
+        gain[i] = carried;
+    }
+    HDRTM_INDEPENDENT_POINTS
+    for (unsigned int i = 0; i < count; ++i) {
+        r[i] = clampUnitKeepNaN(r[i] * gain[i] / kPqPeakNits);
+        g[i] = clampUnitKeepNaN(g[i] * gain[i] / kPqPeakNits);
+        b[i] = clampUnitKeepNaN(b[i] * gain[i] / kPqPeakNits);
     }
 }
 
@@ -272,17 +283,24 @@ void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigne
     float* g = planes[1];
     float* b = planes[2];
     const float inverseGamma = 1.0f / ootfSystemGamma(peak);
-    std::vector<float> luma(count);  // scratch: display luminance in cd/m2
+    // Scratch: display luminance in cd/m2 of every sample, then its gain.
+    std::vector<float> gains(count);
+    float* const gain = gains.data();
+    HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
-        luma[i] = bt2020Luminance(r[i], g[i], b[i]) * kPqPeakNits;
+        gain[i] = bt2020Luminance(r[i], g[i], b[i]) * kPqPeakNits;
     }
     // Carried gain for a non-positive luminance, as in OOTF_forward_tf.
-    float gain = 0.0f;
+    float carried = 0.0f;
     for (unsigned int i = 0; i < count; ++i) {
-        const float y = luma[i];
-        if (y > 0.0f) gain = (kPqPeakNits / y) * powf(y / peak, inverseGamma);
-        r[i] = clampUnitKeepNaN(r[i] * gain);
-        g[i] = clampUnitKeepNaN(g[i] * gain);
-        b[i] = clampUnitKeepNaN(b[i] * gain);
+        const float y = gain[i];
+        if (y > 0.0f) carried = (kPqPeakNits / y) * powf(y / peak, inverseGamma);
+        gain[i] = carried;
+    }
+    HDRTM_INDEPENDENT_POINTS
+    for (unsigned int i = 0; i < count; ++i) {
+        r[i] = clampUnitKeepNaN(r[i] * gain[i]);
+        g[i] = clampUnitKeepNaN(g[i] * gain[i]);
+        b[i] = clampUnitKeepNaN(b[i] * gain[i]);
     }
 }
