@@ -23,14 +23,18 @@ void runPipeline(benchmark::State& state, const PipelineCase& c) {
     state.SetItemsProcessed(state.iterations() * BenchPlanes::kCount);
 }
 
-void runFloor(benchmark::State& state, const PipelineCase& c) {
+void runFloor(benchmark::State& state, const PipelineCase& c, bool throughForwarders = false) {
     PipelineSetup setup(c.outBitDepth, c.gamutMode, c.inverseBt2020Luma);
     BenchPlanes planes;
     const mathstrace::Trace trace =
         mathstrace::record([&] { c.pipeline(&setup.params, planes.planes); });
     std::vector<float> sink;
     for (auto _ : state) {
-        mathstrace::replay(trace, sink);
+        if (throughForwarders) {
+            mathstrace::replayThroughForwarders(trace, sink);
+        } else {
+            mathstrace::replay(trace, sink);
+        }
         benchmark::ClobberMemory();
     }
     state.counters["maths_calls"] = static_cast<double>(trace.calls());
@@ -49,15 +53,37 @@ void BM_SdrToPqPipelineFloor(benchmark::State& state) { runFloor(state, kSdrToPq
 void BM_HlgToPqPipelineFloor(benchmark::State& state) { runFloor(state, kHlgToPqCase); }
 void BM_SdrToHlgPipelineFloor(benchmark::State& state) { runFloor(state, kSdrToHlgCase); }
 
+// The floors again through the binary's forwarding maths functions.
+void BM_PqForwardPipelineForwardedFloor(benchmark::State& state) {
+    runFloor(state, kPqForwardCase, true);
+}
+void BM_HlgForwardPipelineForwardedFloor(benchmark::State& state) {
+    runFloor(state, kHlgForwardCase, true);
+}
+void BM_SdrToPqPipelineForwardedFloor(benchmark::State& state) {
+    runFloor(state, kSdrToPqCase, true);
+}
+void BM_HlgToPqPipelineForwardedFloor(benchmark::State& state) {
+    runFloor(state, kHlgToPqCase, true);
+}
+void BM_SdrToHlgPipelineForwardedFloor(benchmark::State& state) {
+    runFloor(state, kSdrToHlgCase, true);
+}
+
 }  // namespace
 
 BENCHMARK(BM_PqForwardPipeline);
 BENCHMARK(BM_PqForwardPipelineFloor);
+BENCHMARK(BM_PqForwardPipelineForwardedFloor);
 BENCHMARK(BM_HlgForwardPipeline);
 BENCHMARK(BM_HlgForwardPipelineFloor);
+BENCHMARK(BM_HlgForwardPipelineForwardedFloor);
 BENCHMARK(BM_SdrToPqPipeline);
 BENCHMARK(BM_SdrToPqPipelineFloor);
+BENCHMARK(BM_SdrToPqPipelineForwardedFloor);
 BENCHMARK(BM_HlgToPqPipeline);
 BENCHMARK(BM_HlgToPqPipelineFloor);
+BENCHMARK(BM_HlgToPqPipelineForwardedFloor);
 BENCHMARK(BM_SdrToHlgPipeline);
 BENCHMARK(BM_SdrToHlgPipelineFloor);
+BENCHMARK(BM_SdrToHlgPipelineForwardedFloor);

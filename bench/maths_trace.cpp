@@ -52,8 +52,10 @@ void startRecording(Trace* trace) { gRecording = trace; }
 
 void stopRecording() { gRecording = nullptr; }
 
-void replay(const Trace& trace, std::vector<float>& sink) {
-    const MathsLibrary& m = gMaths;
+namespace {
+
+template <typename Library>
+void replayThrough(const Library& m, const Trace& trace, std::vector<float>& sink) {
     sink.resize(trace.calls());
     float* out = sink.data();
     const size_t pows = trace.powBase.size();
@@ -65,12 +67,29 @@ void replay(const Trace& trace, std::vector<float>& sink) {
     for (float x : trace.sqrtArg) *out++ = m.sqrtf(x);
 }
 
+// The binary's own definitions below, as the library reaches them.
+struct Forwarders {
+    static float powf(float base, float exponent);
+    static float logf(float x);
+    static float log10f(float x);
+    static float sqrtf(float x);
+};
+
+}  // namespace
+
+void replay(const Trace& trace, std::vector<float>& sink) { replayThrough(gMaths, trace, sink); }
+
+void replayThroughForwarders(const Trace& trace, std::vector<float>& sink) {
+    replayThrough(Forwarders{}, trace, sink);
+}
+
 }  // namespace mathstrace
 
 using mathstrace::gRecording;
 using mathstrace::gMaths;
 
-extern "C" float powf(float base, float exponent) {
+// noinline: the replay through these must make real calls, as the library does.
+extern "C" __attribute__((noinline)) float powf(float base, float exponent) {
     if (__builtin_expect(gRecording != nullptr, 0)) {
         gRecording->powBase.push_back(base);
         gRecording->powExponent.push_back(exponent);
@@ -78,17 +97,22 @@ extern "C" float powf(float base, float exponent) {
     return gMaths.powf(base, exponent);
 }
 
-extern "C" float logf(float x) {
+extern "C" __attribute__((noinline)) float logf(float x) {
     if (__builtin_expect(gRecording != nullptr, 0)) gRecording->logArg.push_back(x);
     return gMaths.logf(x);
 }
 
-extern "C" float log10f(float x) {
+extern "C" __attribute__((noinline)) float log10f(float x) {
     if (__builtin_expect(gRecording != nullptr, 0)) gRecording->log10Arg.push_back(x);
     return gMaths.log10f(x);
 }
 
-extern "C" float sqrtf(float x) {
+extern "C" __attribute__((noinline)) float sqrtf(float x) {
     if (__builtin_expect(gRecording != nullptr, 0)) gRecording->sqrtArg.push_back(x);
     return gMaths.sqrtf(x);
 }
+
+float mathstrace::Forwarders::powf(float base, float exponent) { return ::powf(base, exponent); }
+float mathstrace::Forwarders::logf(float x) { return ::logf(x); }
+float mathstrace::Forwarders::log10f(float x) { return ::log10f(x); }
+float mathstrace::Forwarders::sqrtf(float x) { return ::sqrtf(x); }

@@ -42,5 +42,9 @@ Trace record(Work work) {
 // Calls the maths library once per recorded call, on the recorded arguments,
 // function by function, results stored to `sink` (resized to calls()).
 void replay(const Trace& trace, std::vector<float>& sink);
+// The same calls through the binary's forwarding definitions, as the library
+// in this binary makes them: the difference from replay() is what the
+// forwarding adds to a timed pipeline, which the report takes off again.
+void replayThroughForwarders(const Trace& trace, std::vector<float>& sink);
 
 }  // namespace mathstrace

@@ -104,8 +104,8 @@ void BM_PlaybackEntry(benchmark::State& state, Logging logging, uint32_t blendSp
     __android_log_set_logger(__android_log_stderr_logger);
 }
 
-void BM_PlaybackEntryFloor(benchmark::State& state, uint32_t blendSpace, uint8_t hw,
-                           std::vector<uint32_t> transfers, uint32_t contentClass) {
+void BM_PlaybackEntryFloor(benchmark::State& state, bool throughForwarders, uint32_t blendSpace,
+                           uint8_t hw, std::vector<uint32_t> transfers, uint32_t contentClass) {
     EntryCall call(blendSpace, hw, transfers, contentClass);
     __android_log_set_logger(discardLine);
     krel::sim::Reset();
@@ -114,7 +114,11 @@ void BM_PlaybackEntryFloor(benchmark::State& state, uint32_t blendSpace, uint8_t
     __android_log_set_logger(__android_log_stderr_logger);
     std::vector<float> sink;
     for (auto _ : state) {
-        mathstrace::replay(trace, sink);
+        if (throughForwarders) {
+            mathstrace::replayThroughForwarders(trace, sink);
+        } else {
+            mathstrace::replay(trace, sink);
+        }
         benchmark::ClobberMemory();
     }
     state.counters["maths_calls"] = static_cast<double>(trace.calls());
@@ -129,12 +133,14 @@ void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, size_t) noexcept { std::free(block); }
 void operator delete[](void* block, size_t) noexcept { std::free(block); }
 
-// Each decision row: logged (discarded), silenced, and its floor.
+// Each decision row: logged (discarded), silenced, its floor, and the floor
+// through the binary's forwarding maths functions.
 #define HDRTM_ENTRY_ROW(name, unit, ...)                                                     \
     BENCHMARK_CAPTURE(BM_PlaybackEntry, name, Logging::kDiscarded, __VA_ARGS__)->Unit(unit); \
     BENCHMARK_CAPTURE(BM_PlaybackEntry, name##Silent, Logging::kSilenced, __VA_ARGS__)       \
         ->Unit(unit);                                                                        \
-    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name, __VA_ARGS__)->Unit(unit)
+    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name, false, __VA_ARGS__)->Unit(unit);          \
+    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name##Forwarded, true, __VA_ARGS__)->Unit(unit)
 
 HDRTM_ENTRY_ROW(PqPerLayer, benchmark::kMicrosecond, 1, 0, {16}, 0);
 HDRTM_ENTRY_ROW(PqHardware, benchmark::kMicrosecond, 0, 1, {16}, 0);
