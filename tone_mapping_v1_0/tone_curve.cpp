@@ -245,7 +245,7 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
             float* const y = lumaOut + start;
             const uint32_t n = std::min(count - start, kCurveBlock);
             for (uint32_t j = 0; j < n; ++j) {
-                if (y[j] > 0.0f) mapped[j] = log10f(y[j] * kNitsPerUnit);
+                mapped[j] = y[j] > 0.0f ? log10f(y[j] * kNitsPerUnit) : 0.0f;
             }
             if (useTable) {
                 for (uint32_t j = 0; j < n; ++j) {
@@ -256,10 +256,12 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
                     if (y[j] > 0.0f) mapped[j] = logCurveForward(curve, mapped[j]);
                 }
             }
+            for (uint32_t j = 0; j < n; ++j) {
+                if (y[j] > 0.0f) mapped[j] = powf(kLogBase, mapped[j]);
+            }
             // A luminance that is not positive maps to the panel black level.
             for (uint32_t j = 0; j < n; ++j) {
-                float l = lMin;
-                if (y[j] > 0.0f) l = powf(kLogBase, mapped[j]) / kNitsPerUnit;
+                const float l = y[j] > 0.0f ? mapped[j] / kNitsPerUnit : lMin;
                 y[j] = (l - lMin) / (lMax - lMin);
             }
         }
