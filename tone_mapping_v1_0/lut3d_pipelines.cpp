@@ -108,9 +108,9 @@ void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGam
                           float outputGammaVal) {
     switch (outputGammaSpace) {
         case GAMMA_2P2:
-            forEachSample(planes, count, [](float x) {
-                return powf(clampUnitKeepNaN(x), kGamma2p2EncodeExponent);
-            });
+            // The clamp vectorised, then the powers in a loop of their own.
+            forEachSample(planes, count, clampUnitKeepNaN);
+            forEachSample(planes, count, [](float x) { return powf(x, kGamma2p2EncodeExponent); });
             break;
         case GAMMA_SRGB:
             forEachSample(planes, count, [](float x) { return srgbEncode(clampUnitKeepNaN(x)); });
@@ -120,8 +120,8 @@ void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGam
             break;
         case GAMMA_CUSTOM: {
             const float exponent = 1.0f / outputGammaVal;
-            forEachSample(planes, count,
-                          [exponent](float x) { return powf(clampUnitKeepNaN(x), exponent); });
+            forEachSample(planes, count, clampUnitKeepNaN);
+            forEachSample(planes, count, [exponent](float x) { return powf(x, exponent); });
             break;
         }
         default:  // GAMMA_LINEAR and unknown values: no encoding and no clamp

@@ -62,6 +62,8 @@ constexpr float kOotfGammaSlope = 0.42f;
 constexpr float kOotfReferencePeakNits = 1000.0f;
 // Display light is normalised so that 1.0 is 10000 cd/m2 (the PQ range).
 constexpr float kPqPeakNits = 10000.0f;
+// Points the OOTF takes through its power at a time (a stack block).
+constexpr unsigned int kOotfBlock = 256;
 
 // A 10-bit code's full-scale value: samples are codes and index the table as they are.
 constexpr unsigned short kCodeInMax = 1023;
@@ -160,19 +162,20 @@ void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScal
     // or NaN for a zero sample.
     const float in = static_cast<float>(inScale);
     const float out = static_cast<float>(outScale);
-    // Two passes a plane, one power each, so that no power waits on another.
+    // Plane by plane in passes: the arithmetic vectorised, each power in a
+    // loop of its own so that no power waits on another.
     for (int c = 0; c < kPlaneCount; ++c) {
         float* p = planes[c];
-        for (unsigned int i = 0; i < count; ++i) {
-            const float linear = clampUnitKeepNaN(p[i] / in);
-            p[i] = powf(linear, kPqM1);
-        }
+        for (unsigned int i = 0; i < count; ++i) p[i] = clampUnitKeepNaN(p[i] / in);
+        for (unsigned int i = 0; i < count; ++i) p[i] = powf(p[i], kPqM1);
         for (unsigned int i = 0; i < count; ++i) {
             const float power = p[i];
             const float numerator = power * kPqC2 + kPqC1;
             const float denominator = power * kPqC3 + 1.0f;
-            p[i] = powf(numerator / denominator, kPqM2) * out;
+            p[i] = numerator / denominator;
         }
+        for (unsigned int i = 0; i < count; ++i) p[i] = powf(p[i], kPqM2);
+        for (unsigned int i = 0; i < count; ++i) p[i] = p[i] * out;
     }
 }
 
@@ -263,10 +266,15 @@ void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigne
     // A sample whose luminance is not positive (or NaN) keeps the previous
     // sample's gain, on purpose; the first such sample gets 0.
     float carried = 0.0f;
-    for (unsigned int i = 0; i < count; ++i) {
-        const float y = gain[i];
-        if (y > 0.0f) carried = (peak / y) * powf(y, gamma);
-        gain[i] = carried;
+    float powers[kOotfBlock];
+    for (unsigned int start = 0; start < count; start += kOotfBlock) {
+        float* const y = gain + start;
+        const unsigned int n = std::min(count - start, kOotfBlock);
+        for (unsigned int j = 0; j < n; ++j) powers[j] = y[j] > 0.0f ? powf(y[j], gamma) : 0.0f;
+        for (unsigned int j = 0; j < n; ++j) {
+            if (y[j] > 0.0f) carried = (peak / y[j]) * powers[j];
+            y[j] = carried;
+        }
     }
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
@@ -292,10 +300,17 @@ void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigne
     }
     // Carried gain for a non-positive luminance, as in OOTF_forward_tf.
     float carried = 0.0f;
-    for (unsigned int i = 0; i < count; ++i) {
-        const float y = gain[i];
-        if (y > 0.0f) carried = (kPqPeakNits / y) * powf(y / peak, inverseGamma);
-        gain[i] = carried;
+    float powers[kOotfBlock];
+    for (unsigned int start = 0; start < count; start += kOotfBlock) {
+        float* const y = gain + start;
+        const unsigned int n = std::min(count - start, kOotfBlock);
+        for (unsigned int j = 0; j < n; ++j) {
+            powers[j] = y[j] > 0.0f ? powf(y[j] / peak, inverseGamma) : 0.0f;
+        }
+        for (unsigned int j = 0; j < n; ++j) {
+            if (y[j] > 0.0f) carried = (kPqPeakNits / y[j]) * powers[j];
+            y[j] = carried;
+        }
     }
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
