@@ -5,6 +5,7 @@
 
 #include <krel/color_manager.h>
 
+#include <cstddef>
 #include <cstring>
 
 namespace hdrtm {
@@ -98,7 +99,9 @@ uint32_t packLayerLut(float* const* planes, uint32_t* entries, unsigned int n, u
 
 void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEntries,
                      HardwareLutRecord* record, HardwareLutRequest* request) {
-    std::memset(record, 0, sizeof(*record));
+    // Everything before the entries is zeroed here; every field of every
+    // entry is written below.
+    std::memset(record, 0, offsetof(HardwareLutRecord, entries));
     record->uniform = inputGrid == nullptr ? 1u : 0u;
     record->num_entries = kLutPoints;
     request->one = 1;
@@ -111,10 +114,16 @@ void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEn
     const float* b = planes[2];
     for (unsigned int k = 0; k < static_cast<unsigned int>(kLutPoints); ++k) {
         HardwareLutEntry& e = record->entries[k];
+        e.in_r = 0;
+        e.in_g = 0;
+        e.in_b = 0;
         e.out_r = floatToUint32(r[k]);
         e.out_g = floatToUint32(g[k]);
         e.out_b = floatToUint32(b[k]);
-        if (logEntries && k < kLoggedLutEntries) {
+    }
+    if (logEntries) {
+        for (unsigned int k = 0; k < kLoggedLutEntries; ++k) {
+            const HardwareLutEntry& e = record->entries[k];
             HDRTM_LOGE("Index [%d] = R = %d G = %d B = %d", k, e.out_r, e.out_g, e.out_b);
         }
     }

@@ -67,7 +67,7 @@ void readVirtualPcc(PccCoefficients* block);
 // sum as a float plus B as a float, truncated.
 inline uint32_t checksumTerm(float r, float g, float b) {
     const uint32_t rg = floatToUint32(r) + floatToUint32(g);
-    return floatToUint32(static_cast<float>(rg) + b);
+    return floatToUint32(uint32ToFloat(rg) + b);
 }
 
 // Adds the checksum terms of `count` samples to `sum` (modulo 2^32).

@@ -37,10 +37,29 @@ inline float clampUnitKeepNaN(float v) {
 // Float to unsigned 32-bit code as the 64-bit Arm target converts it:
 // truncation toward zero, NaN and negatives give 0, 2^32 and above saturate.
 // On x86-64 a plain cast is undefined for those values, so spell it out.
+// Written with selects and signed conversions only, so that loops over
+// planes vectorise: values from 2^31 convert as v - 2^31 (exact there) plus
+// 2^31.
 inline uint32_t floatToUint32(float v) {
-    if (!(v > 0.0f)) return 0u;                 // NaN, zero, negatives
-    if (v >= 4294967296.0f) return 0xFFFFFFFFu;
-    return static_cast<uint32_t>(v);
+    constexpr float kTwo31 = 2147483648.0f;
+    constexpr float kTwo32 = 4294967296.0f;
+    const float w = v > 0.0f ? v : 0.0f;  // NaN, zero, negatives give 0
+    const bool high = w >= kTwo31;
+    const bool saturated = w >= kTwo32;
+    float low = high ? w - kTwo31 : w;
+    low = saturated ? 0.0f : low;
+    const uint32_t code =
+        static_cast<uint32_t>(static_cast<int32_t>(low)) + (high ? 0x80000000u : 0u);
+    return saturated ? 0xFFFFFFFFu : code;
+}
+
+// static_cast<float>(u), rounded the same way (to nearest, ties to even), from
+// signed conversions only so that it vectorises: both 16-bit halves convert
+// exactly and the one sum rounds the exact value.
+inline float uint32ToFloat(uint32_t u) {
+    constexpr float kTwo16 = 65536.0f;
+    return static_cast<float>(static_cast<int32_t>(u >> 16)) * kTwo16 +
+           static_cast<float>(static_cast<int32_t>(u & 0xFFFFu));
 }
 
 // Float to signed 32-bit table index by truncation toward zero (Arm rules:
