@@ -1,0 +1,292 @@
+// Heap per entry call: every block the entry takes, through operator new or
+// the malloc family, is counted while the call runs. The peak must be the
+// 272-byte PCC block, the 58956-byte plane block and the largest stage
+// scratch (a core's three XYZ planes and its luminance plane); the OOTF's
+// one plane comes and goes before the core's. Nothing may outlive the call.
+// The host property stand-in builds a std::string of the key on every
+// lookup; that block is measured on its own and expected once per call.
+#include <android/log.h>
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+#include <krel/color_manager.h>
+#include <krel/color_manager_sim.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "entry_caller.h"
+#include "hdr_tm.h"
+#include "tm_common.h"
+
+// Under a sanitizer, whose runtime owns malloc, only operator new is replaced
+// (the library allocates through it alone); otherwise the malloc family is
+// replaced too, forwarding to glibc's own entry points.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HDRTM_COUNT_MALLOC 0
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define HDRTM_COUNT_MALLOC 0
+#endif
+#endif
+#ifndef HDRTM_COUNT_MALLOC
+#define HDRTM_COUNT_MALLOC 1
+#endif
+
+#if HDRTM_COUNT_MALLOC
+extern "C" {
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* block, size_t size);
+void __libc_free(void* block);
+}
+#endif
+
+namespace {
+
+// Live blocks while counting, by address; a fixed table so that counting
+// itself never allocates. Blocks from before counting started are not in it.
+struct Counter {
+    static constexpr size_t kSlots = 4096;
+    bool on = false;
+    const void* address[kSlots] = {};
+    size_t size[kSlots] = {};
+    std::vector<size_t>* sizes = nullptr;  // every block taken, in order
+    size_t live = 0;
+    size_t peak = 0;
+    size_t lost = 0;  // blocks the table had no room for
+
+    void taken(const void* block, size_t bytes) {
+        if (!on || block == nullptr) return;
+        on = false;  // the sizes vector may grow
+        sizes->push_back(bytes);
+        on = true;
+        for (size_t i = 0; i < kSlots; ++i) {
+            if (address[i] == nullptr) {
+                address[i] = block;
+                size[i] = bytes;
+                live += bytes;
+                peak = std::max(peak, live);
+                return;
+            }
+        }
+        ++lost;
+    }
+    void released(const void* block) {
+        if (!on || block == nullptr) return;
+        for (size_t i = 0; i < kSlots; ++i) {
+            if (address[i] == block) {
+                address[i] = nullptr;
+                live -= size[i];
+                return;
+            }
+        }
+    }
+};
+
+Counter gCounter;
+
+#if HDRTM_COUNT_MALLOC
+void* rawMalloc(size_t size) { return __libc_malloc(size); }
+void rawFree(void* block) { __libc_free(block); }
+#else
+void* rawMalloc(size_t size) { return std::malloc(size); }
+void rawFree(void* block) { std::free(block); }
+#endif
+
+void* countedMalloc(size_t size) {
+    void* block = rawMalloc(size);
+    gCounter.taken(block, size);
+    return block;
+}
+
+void countedFree(void* block) {
+    gCounter.released(block);
+    rawFree(block);
+}
+
+}  // namespace
+
+#if HDRTM_COUNT_MALLOC
+extern "C" void* malloc(size_t size) { return countedMalloc(size); }
+extern "C" void free(void* block) { countedFree(block); }
+extern "C" void* calloc(size_t count, size_t size) {
+    void* block = __libc_calloc(count, size);
+    gCounter.taken(block, count * size);
+    return block;
+}
+extern "C" void* realloc(void* block, size_t size) {
+    gCounter.released(block);
+    void* moved = __libc_realloc(block, size);
+    gCounter.taken(moved, size);
+    return moved;
+}
+#endif
+
+void* operator new(size_t size) {
+    if (void* block = countedMalloc(size == 0 ? 1 : size)) return block;
+    throw std::bad_alloc();
+}
+void* operator new[](size_t size) { return operator new(size); }
+void operator delete(void* block) noexcept { countedFree(block); }
+void operator delete[](void* block) noexcept { countedFree(block); }
+void operator delete(void* block, size_t) noexcept { countedFree(block); }
+void operator delete[](void* block, size_t) noexcept { countedFree(block); }
+
+namespace {
+
+constexpr size_t kPlane = hdrtm::kLutPoints * sizeof(float);  // N floats
+constexpr size_t kPccBlock = sizeof(PccCoefficients);
+constexpr size_t kPlaneBlock = 3 * kPlane;
+constexpr size_t kCoreScratch = 3 * kPlane;  // XYZ planes; then one luminance plane
+constexpr size_t kPeak = kPccBlock + kPlaneBlock + kCoreScratch + kPlane;
+
+struct Heap {
+    std::vector<size_t> sizes;  // blocks taken, in order
+    size_t peak = 0;
+    size_t liveAfter = 0;
+};
+
+template <typename Work>
+Heap measure(Work work) {
+    Heap heap;
+    heap.sizes.reserve(256);
+    gCounter.sizes = &heap.sizes;
+    gCounter.live = 0;
+    gCounter.peak = 0;
+    gCounter.on = true;
+    work();
+    gCounter.on = false;
+    EXPECT_EQ(gCounter.lost, 0u);
+    heap.peak = gCounter.peak;
+    heap.liveAfter = gCounter.live;
+    std::fill(std::begin(gCounter.address), std::end(gCounter.address), nullptr);
+    return heap;
+}
+
+void discardLine(const struct __android_logger_data*, const char*) {}
+
+class AllocationPerCall : public ::testing::Test {
+protected:
+    void SetUp() override {
+        __android_log_set_logger(discardLine);
+        krel::sim::Reset();
+        char value[PROPERTY_VALUE_MAX];
+        propertyBlocks_ =
+            measure([&value] { property_get("ro.vendor.display.hdr.config", value, nullptr); })
+                .sizes;
+    }
+    void TearDown() override {
+        krel::sim::Reset();
+        __android_log_set_logger(__android_log_stderr_logger);
+    }
+
+    // Blocks of one call, in order: the property lookup's, the PCC block,
+    // the planes, then the scratch of each stage that takes any.
+    std::vector<size_t> expected(std::vector<size_t> scratch) const {
+        std::vector<size_t> blocks = propertyBlocks_;
+        blocks.push_back(kPccBlock);
+        blocks.push_back(kPlaneBlock);
+        blocks.insert(blocks.end(), scratch.begin(), scratch.end());
+        return blocks;
+    }
+
+    Heap call(uint32_t blendSpace, uint8_t hw, uint32_t transfer, uint32_t contentClass = 0) {
+        const std::vector<EntryLayer> layers = {{transfer, contentClass}};  // not counted
+        return measure([&] { EXPECT_EQ(caller_.call(blendSpace, hw, layers), 1); });
+    }
+
+    std::vector<size_t> propertyBlocks_;
+    EntryCaller caller_;
+};
+
+// kBlendSpace* and kTransfer* are the interface's codes.
+TEST_F(AllocationPerCall, EachPipelineRowTakesTheBlocksAndTheCoreScratchOnly) {
+    const std::vector<size_t> core = {kCoreScratch, kPlane};
+    const std::vector<size_t> ootfThenCore = {kPlane, kCoreScratch, kPlane};
+    struct Row {
+        const char* name;
+        uint32_t blendSpace, transfer, contentClass;
+        std::vector<size_t> scratch;
+    };
+    const Row rows[] = {
+        {"PQ per layer", kBlendSpacePerLayer, kTransferPq, 0, core},
+        {"HLG under PQ blending", kBlendSpacePq, kTransferHlg, 0, {kPlane}},
+        {"HLG per layer", kBlendSpacePerLayer, kTransferHlg, 0, ootfThenCore},
+        {"SDR under PQ blending", kBlendSpacePq, kTransferBt709, kContentClassSdr, core},
+        {"SDR under HLG blending", kBlendSpaceHlg, kTransferBt709, kContentClassSdr,
+         {kCoreScratch, kPlane, kPlane}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Heap heap = call(row.blendSpace, 0, row.transfer, row.contentClass);
+        EXPECT_EQ(heap.sizes, expected(row.scratch));
+        const size_t largestScratch = *std::max_element(row.scratch.begin(), row.scratch.end());
+        EXPECT_EQ(heap.peak, largestScratch == kPlane && row.scratch.size() == 1
+                                 ? kPccBlock + kPlaneBlock + kPlane
+                                 : kPeak);
+        EXPECT_EQ(heap.liveAfter, 0u);
+    }
+}
+
+TEST_F(AllocationPerCall, RowWithoutPipelineTakesOnlyTheTwoBlocks) {
+    const Heap heap = call(kBlendSpacePq, 0, kTransferPq);
+    EXPECT_EQ(heap.sizes, expected({}));
+    EXPECT_EQ(heap.peak, kPccBlock + kPlaneBlock);
+    EXPECT_EQ(heap.liveAfter, 0u);
+}
+
+TEST_F(AllocationPerCall, RepeatedCallsTakeTheSameBlocks) {
+    const Heap first = call(kBlendSpacePerLayer, 0, kTransferHlg);
+    const Heap second = call(kBlendSpacePerLayer, 0, kTransferHlg);
+    EXPECT_EQ(second.sizes, first.sizes);
+    EXPECT_EQ(second.peak, first.peak);
+}
+
+// Hardware rows also run the colour manager (here the host simulator, which
+// keeps what it is sent): its blocks are measured by making the same
+// colour-manager calls alone, and are the only ones beyond the library's.
+TEST_F(AllocationPerCall, HardwareRowsAddOnlyTheColourManagersBlocks) {
+    krel::PPHWAttributes attributes;
+    std::memset(attributes.panel_name, 0, sizeof(attributes.panel_name));
+    static uint8_t lutRecord[krel::sim::kLutRecordBytes];
+    struct {
+        uint32_t one = 1, zero = 0;
+        uint8_t* record = lutRecord;
+        uint64_t tail = 0;
+    } request;
+    uint8_t pcc[krel::sim::kPccPayloadBytes] = {};
+    krel::sim::Reset();
+    const Heap manager = measure([&] {
+        krel::ColorManager* cm = krel::ColorManager::AcquireColorManager(krel::kPrimary, attributes);
+        cm->ColorIntfGetActiveColorParam(krel::sim::kFeatureVirtualPcc, 0, pcc);
+        cm->ColorIntfSetActiveColorParam(krel::sim::kFeature3dLut, 0, &request);
+        krel::ColorManager::ReleaseColorManager(krel::kPrimary);
+    });
+    size_t managerBytes = 0;
+    for (size_t bytes : manager.sizes) managerBytes += bytes;
+
+    for (uint32_t transfer : {kTransferPq, kTransferHlg}) {
+        SCOPED_TRACE(transfer);
+        krel::sim::Reset();
+        const uint32_t blendSpace = transfer == kTransferPq ? kBlendSpacePq : kBlendSpaceHlg;
+        const Heap heap = call(blendSpace, 1, transfer);
+        // The simulator's vectors keep their capacity across resets, so a
+        // row may take fewer of its blocks than the dry run did.
+        std::vector<size_t> library = heap.sizes;
+        for (size_t bytes : manager.sizes) {
+            auto found = std::find(library.begin(), library.end(), bytes);
+            if (found != library.end()) library.erase(found);
+        }
+        const std::vector<size_t> scratch =
+            transfer == kTransferPq ? std::vector<size_t>{kCoreScratch, kPlane}
+                                    : std::vector<size_t>{kPlane, kCoreScratch, kPlane};
+        EXPECT_EQ(library, expected(scratch));
+        EXPECT_LE(heap.peak, kPeak + managerBytes);
+        EXPECT_LE(heap.liveAfter, managerBytes);  // what the simulator keeps
+    }
+}
+
+}  // namespace
