@@ -18,7 +18,7 @@ import sys
 
 def medians(binary, repetitions):
     out = subprocess.run(
-        [binary, "--benchmark_filter=Pipeline|PlaybackEntry",
+        [binary, "--benchmark_filter=Pipeline|PlaybackEntry|ColorManagerSimulator",
          f"--benchmark_repetitions={repetitions}",
          "--benchmark_report_aggregates_only=true", "--benchmark_format=json"],
         check=True, capture_output=True, text=True).stdout
@@ -50,6 +50,14 @@ def main():
         f = m[f"BM_PlaybackEntryFloor/{row}"]
         w = m[f"BM_PlaybackEntryFloor/{row}Forwarded"] - f
         print(f"{row:28} {t:8.1f} {s:8.1f} {w:6.1f} {f:8.1f} {(t - w) / f:6.2f} {(s - w) / f:6.2f}")
+    sim = m["BM_ColorManagerSimulator"]
+    print(f"host colour-manager simulator per hardware-row call: {sim:.1f}")
+    for row in ["PqHardware", "HlgHardware"]:
+        s = m[f"BM_PlaybackEntry/{row}Silent"]
+        f = m[f"BM_PlaybackEntryFloor/{row}"]
+        w = m[f"BM_PlaybackEntryFloor/{row}Forwarded"] - f
+        print(f"{row + ' without simulator':28} {s - sim:8.1f} {'':>8} {w:6.1f} {f:8.1f} "
+              f"{'':>6} {(s - sim - w) / f:6.2f}")
     t = m["BM_PlaybackEntry/NoPipeline"]
     s = m["BM_PlaybackEntry/NoPipelineSilent"]
     print(f"{'NoPipeline':28} {t:8.1f} {s:8.1f}")

@@ -141,8 +141,7 @@ void scaleToOutputCodes(float** planes, unsigned int count, uint32_t outBitDepth
 
 void encodeHlgOetf(float** planes, unsigned int count) {
     // No clamp first: a negative sample gives NaN, which the final scale keeps.
-    forEachSample(planes, count,
-                  [](float x) { return hlgEncodeTimes12(x * kHlgOetfInputScale); });
+    for (int k = 0; k < kPlaneCount; ++k) hlgEncodeScaledSamples(planes[k], count, kHlgOetfInputScale);
 }
 
 void mapLinearLightToPanelCodes(TMParams* params, float** planes) {

@@ -36,6 +36,8 @@ constexpr float kHlgSceneScale = 12.0f;
 constexpr float kHlgKneeTimes12 = 1.0f;
 // Square-root branch: sqrt(12 L) / 2 = sqrt(3 L).
 constexpr float kHlgRootScale = 0.5f;
+// Samples hlgEncodeScaledSamples takes at a time (a stack block).
+constexpr unsigned int kHlgEncodeBlock = 256;
 
 // BT.709 OETF: linear segment up to and including 0.018, slope 4.5.
 constexpr float kBt709LinearLimit = 0.018f;
@@ -143,6 +145,24 @@ float bt709Encode(float linear) {
 float hlgEncodeTimes12(float sceneTimes12) {
     if (sceneTimes12 <= kHlgKneeTimes12) return sqrtf(sceneTimes12) * kHlgRootScale;
     return logf(sceneTimes12 + kHlgMinusB) * kHlgA + kHlgC;
+}
+
+void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
+    // Block by block: the scaling vectorised, then the square-root branch,
+    // then the logarithms in a loop of their own. Each sample takes the same
+    // branch, with the same call, as hlgEncodeTimes12.
+    float scaled[kHlgEncodeBlock];
+    for (unsigned int start = 0; start < count; start += kHlgEncodeBlock) {
+        float* const p = samples + start;
+        const unsigned int n = std::min(count - start, kHlgEncodeBlock);
+        for (unsigned int j = 0; j < n; ++j) scaled[j] = p[j] * scale;
+        for (unsigned int j = 0; j < n; ++j) {
+            if (scaled[j] <= kHlgKneeTimes12) p[j] = sqrtf(scaled[j]) * kHlgRootScale;
+        }
+        for (unsigned int j = 0; j < n; ++j) {
+            if (!(scaled[j] <= kHlgKneeTimes12)) p[j] = logf(scaled[j] + kHlgMinusB) * kHlgA + kHlgC;
+        }
+    }
 }
 
 }  // namespace hdrtm

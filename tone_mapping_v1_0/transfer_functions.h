@@ -36,5 +36,8 @@ float srgbEncode(float linear);
 float bt709Encode(float linear);
 // HLG OETF of scene light already multiplied by 12 (so the knee is at 1.0).
 float hlgEncodeTimes12(float sceneTimes12);
+// samples[i] = hlgEncodeTimes12(samples[i] * scale) for `count` samples, run
+// so that the logarithms of neighbouring samples overlap.
+void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale);
 
 }  // namespace hdrtm
