@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bench_planes.h"
+#include "floor_timing.h"
 #include "maths_trace.h"
 #include "pipeline_setup.h"
 
@@ -28,16 +29,7 @@ void runFloor(benchmark::State& state, const PipelineCase& c, bool throughForwar
     BenchPlanes planes;
     const mathstrace::Trace trace =
         mathstrace::record([&] { c.pipeline(&setup.params, planes.planes); });
-    std::vector<float> sink;
-    for (auto _ : state) {
-        if (throughForwarders) {
-            mathstrace::replayThroughForwarders(trace, sink);
-        } else {
-            mathstrace::replay(trace, sink);
-        }
-        benchmark::ClobberMemory();
-    }
-    state.counters["maths_calls"] = static_cast<double>(trace.calls());
+    timeFloor(state, trace, throughForwarders);
     state.SetItemsProcessed(state.iterations() * BenchPlanes::kCount);
 }
 

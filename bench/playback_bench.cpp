@@ -16,6 +16,7 @@
 #include <new>
 #include <vector>
 
+#include "floor_timing.h"
 #include "hdr_tm.h"
 #include "maths_trace.h"
 
@@ -114,16 +115,7 @@ void BM_PlaybackEntryFloor(benchmark::State& state, bool throughForwarders, uint
     const mathstrace::Trace trace = mathstrace::record([&call] { call.run(); });
     krel::sim::Reset();
     __android_log_set_logger(__android_log_stderr_logger);
-    std::vector<float> sink;
-    for (auto _ : state) {
-        if (throughForwarders) {
-            mathstrace::replayThroughForwarders(trace, sink);
-        } else {
-            mathstrace::replay(trace, sink);
-        }
-        benchmark::ClobberMemory();
-    }
-    state.counters["maths_calls"] = static_cast<double>(trace.calls());
+    timeFloor(state, trace, throughForwarders);
 }
 
 // What the host colour-manager simulator costs one hardware-row call, timed
@@ -146,9 +138,12 @@ void BM_ColorManagerSimulator(benchmark::State& state) {
     krel::sim::Reset();
     int calls = 0;
     for (auto _ : state) {
-        krel::ColorManager* manager = krel::ColorManager::AcquireColorManager(krel::kPrimary, attributes);
-        benchmark::DoNotOptimize(manager->ColorIntfGetActiveColorParam(krel::sim::kFeatureVirtualPcc, 0, pcc));
-        benchmark::DoNotOptimize(manager->ColorIntfSetActiveColorParam(krel::sim::kFeature3dLut, 0, &request));
+        krel::ColorManager* manager =
+            krel::ColorManager::AcquireColorManager(krel::kPrimary, attributes);
+        benchmark::DoNotOptimize(
+            manager->ColorIntfGetActiveColorParam(krel::sim::kFeatureVirtualPcc, 0, pcc));
+        benchmark::DoNotOptimize(
+            manager->ColorIntfSetActiveColorParam(krel::sim::kFeature3dLut, 0, &request));
         krel::ColorManager::ReleaseColorManager(krel::kPrimary);
         if (++calls % kResetEvery == 0) {
             state.PauseTiming();

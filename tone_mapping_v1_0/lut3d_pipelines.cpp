@@ -141,7 +141,9 @@ void scaleToOutputCodes(float** planes, unsigned int count, uint32_t outBitDepth
 
 void encodeHlgOetf(float** planes, unsigned int count) {
     // No clamp first: a negative sample gives NaN, which the final scale keeps.
-    for (int k = 0; k < kPlaneCount; ++k) hlgEncodeScaledSamples(planes[k], count, kHlgOetfInputScale);
+    for (int k = 0; k < kPlaneCount; ++k) {
+        hlgEncodeScaledSamples(planes[k], count, kHlgOetfInputScale);
+    }
 }
 
 void mapLinearLightToPanelCodes(TMParams* params, float** planes) {

@@ -39,7 +39,9 @@ void fillPlanesFromAxes(const float (*axisValues)[kGridPointsPerAxis], float** p
 void fillSamplePlanes(const uint32_t (*grid)[kGridPointsPerAxis], float** planes, unsigned int n) {
     float codes[kPlaneCount][kGridPointsPerAxis];
     for (int axis = 0; axis < kPlaneCount; ++axis) {
-        for (int p = 0; p < kGridPointsPerAxis; ++p) codes[axis][p] = static_cast<float>(grid[axis][p]);
+        for (int p = 0; p < kGridPointsPerAxis; ++p) {
+            codes[axis][p] = static_cast<float>(grid[axis][p]);
+        }
     }
     fillPlanesFromAxes(codes, planes, n);
 }

@@ -160,7 +160,9 @@ void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
             if (scaled[j] <= kHlgKneeTimes12) p[j] = sqrtf(scaled[j]) * kHlgRootScale;
         }
         for (unsigned int j = 0; j < n; ++j) {
-            if (!(scaled[j] <= kHlgKneeTimes12)) p[j] = logf(scaled[j] + kHlgMinusB) * kHlgA + kHlgC;
+            if (!(scaled[j] <= kHlgKneeTimes12)) {
+                p[j] = logf(scaled[j] + kHlgMinusB) * kHlgA + kHlgC;
+            }
         }
     }
 }
