@@ -19,42 +19,42 @@ using namespace hdrtm::tool;
 
 Configuration single(const char* layer, uint32_t blend, bool hw) {
     Configuration c;
-    LayerSpec spec;
+    LayerConfig parsed;
     std::string error;
-    EXPECT_TRUE(parseLayerSpec(layer, &spec, &error)) << error;
-    c.layers = {spec};
+    EXPECT_TRUE(parseLayerConfig(layer, &parsed, &error)) << error;
+    c.layers = {parsed};
     c.blendSpace = blend;
     c.hardware = hw;
     return c;
 }
 
-TEST(LayerSpecs, ParseNamesKeysAndCodes) {
-    LayerSpec s;
+TEST(LayerConfigs, ParseNamesKeysAndCodes) {
+    LayerConfig s;
     std::string error;
-    ASSERT_TRUE(parseLayerSpec("pq,master=4000,cll=1500", &s, &error));
+    ASSERT_TRUE(parseLayerConfig("pq,master=4000,cll=1500", &s, &error));
     EXPECT_EQ(s.transfer, 16u);
     EXPECT_EQ(s.primaries, 9u);
     EXPECT_EQ(s.masterNits, 4000u);
     EXPECT_TRUE(s.cllPresent);
     EXPECT_EQ(s.maxCll, 1500u);
-    ASSERT_TRUE(parseLayerSpec("sdr", &s, &error));
+    ASSERT_TRUE(parseLayerConfig("sdr", &s, &error));
     EXPECT_EQ(s.contentClass, 2u);
     EXPECT_EQ(s.primaries, 1u);
-    ASSERT_TRUE(parseLayerSpec("14,class=2,primaries=p3", &s, &error));
+    ASSERT_TRUE(parseLayerConfig("14,class=2,primaries=p3", &s, &error));
     EXPECT_EQ(s.transfer, 14u);
     EXPECT_EQ(s.primaries, 12u);
 }
 
-TEST(LayerSpecs, RejectWhatTheyCannotReadWithTheReason) {
-    LayerSpec s;
+TEST(LayerConfigs, RejectWhatTheyCannotReadWithTheReason) {
+    LayerConfig s;
     std::string error;
-    EXPECT_FALSE(parseLayerSpec("", &s, &error));
-    EXPECT_FALSE(parseLayerSpec("dolby", &s, &error));
+    EXPECT_FALSE(parseLayerConfig("", &s, &error));
+    EXPECT_FALSE(parseLayerConfig("dolby", &s, &error));
     EXPECT_NE(error.find("pq, hlg, sdr"), std::string::npos);
-    EXPECT_FALSE(parseLayerSpec("pq,master=-5", &s, &error));
+    EXPECT_FALSE(parseLayerConfig("pq,master=-5", &s, &error));
     EXPECT_NE(error.find("master needs a whole number"), std::string::npos);
-    EXPECT_FALSE(parseLayerSpec("pq,master=999999999", &s, &error));
-    EXPECT_FALSE(parseLayerSpec("pq,peak=1000", &s, &error));
+    EXPECT_FALSE(parseLayerConfig("pq,master=999999999", &s, &error));
+    EXPECT_FALSE(parseLayerConfig("pq,peak=1000", &s, &error));
     EXPECT_NE(error.find("unknown key \"peak\""), std::string::npos);
 }
 

@@ -203,7 +203,7 @@ nlohmann::json toJson(const std::vector<ConfigSummary>& all, const std::string& 
         c["ms_per_call"] = s.result.msPerCall;
         c["layers"] = nlohmann::json::array();
         for (size_t i = 0; i < s.config.layers.size(); ++i) {
-            const LayerSpec& l = s.config.layers[i];
+            const LayerConfig& l = s.config.layers[i];
             c["layers"].push_back({{"transfer", l.transfer},
                                    {"primaries", l.primaries},
                                    {"content_class", l.contentClass},
@@ -279,7 +279,7 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
 // The content peak the entry takes from the layers: the first BT.2020 PQ
 // layer's mastering peak, or its MaxCLL without one.
 float contentPeak(const Configuration& config) {
-    for (const LayerSpec& l : config.layers) {
+    for (const LayerConfig& l : config.layers) {
         if (l.transfer != kTransferPq || l.primaries != kPrimariesBt2020) continue;
         if (l.masterNits != 0) return static_cast<float>(l.masterNits);
         if (l.cllPresent) return static_cast<float>(l.maxCll);
@@ -308,7 +308,7 @@ TMParams loadTuning(const std::string& path, float contentPeakNits, bool* versio
 
 std::vector<Configuration> demoConfigurations() {
     const auto pq = [](uint32_t master, uint32_t cll) {
-        LayerSpec l;
+        LayerConfig l;
         l.transfer = kTransferPq;
         l.primaries = kPrimariesBt2020;
         l.masterNits = master;
@@ -316,18 +316,18 @@ std::vector<Configuration> demoConfigurations() {
         l.maxCll = cll;
         return l;
     };
-    LayerSpec hlg;
+    LayerConfig hlg;
     hlg.transfer = kTransferHlg;
     hlg.primaries = kPrimariesBt2020;
-    LayerSpec sdr;
+    LayerConfig sdr;
     sdr.transfer = kTransferBt709;
     sdr.primaries = 1;
     sdr.contentClass = kContentClassSdr;
-    const std::vector<LayerSpec> singles = {pq(kDemoMasterLow, 0), pq(kDemoMasterLow, kDemoCllLow),
+    const std::vector<LayerConfig> singles = {pq(kDemoMasterLow, 0), pq(kDemoMasterLow, kDemoCllLow),
                                             pq(kDemoMasterHigh, 0), pq(kDemoMasterHigh, kDemoCllHigh),
                                             hlg, sdr};
     std::vector<Configuration> configs;
-    for (const LayerSpec& layer : singles) {
+    for (const LayerConfig& layer : singles) {
         for (uint32_t blend : {kBlendSpacePq, kBlendSpacePerLayer, kBlendSpaceHlg}) {
             for (bool hw : {false, true}) configs.push_back({{layer}, blend, hw});
         }

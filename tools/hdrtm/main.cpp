@@ -98,9 +98,9 @@ int main(int argc, char** argv) {
                 throw CommandError("at most 4 layers, not " + std::to_string(layerTexts.size()));
             }
             for (const std::string& text : layerTexts) {
-                LayerSpec layer;
+                LayerConfig layer;
                 std::string error;
-                if (!parseLayerSpec(text, &layer, &error)) throw CommandError(error);
+                if (!parseLayerConfig(text, &layer, &error)) throw CommandError(error);
                 config.layers.push_back(layer);
             }
             if (!parseBlendSpace(blendText, &config.blendSpace)) {

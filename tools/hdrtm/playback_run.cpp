@@ -49,7 +49,7 @@ struct ExpectedRow {
 
 // The entry's decision table, one layer at a time; `blendTaken` and
 // `pccEnabled` carry over between layers as they do in the library.
-ExpectedRow expectRow(const LayerSpec& layer, uint32_t blend, bool& blendTaken, bool& pccEnabled) {
+ExpectedRow expectRow(const LayerConfig& layer, uint32_t blend, bool& blendTaken, bool& pccEnabled) {
     const uint32_t t = layer.transfer;
     if (t == kTransferPq) {
         if (blendTaken) return {RowKind::kNone, "no LUT: PQ after the hardware LUT"};
@@ -162,7 +162,7 @@ std::string nits(uint32_t v) { return std::to_string(v); }
 
 }  // namespace
 
-std::string LayerSpec::describe() const {
+std::string LayerConfig::describe() const {
     std::string s;
     uint32_t usualPrimaries = kPrimariesBt2020;
     if (transfer == kTransferPq) {
@@ -184,7 +184,7 @@ std::string LayerSpec::describe() const {
     return s;
 }
 
-std::string LayerSpec::slug() const {
+std::string LayerConfig::slug() const {
     std::string s = transfer == kTransferPq    ? "pq"
                     : transfer == kTransferHlg ? "hlg"
                     : transfer == kTransferBt709 ? "sdr"
@@ -194,10 +194,10 @@ std::string LayerSpec::slug() const {
     return s;
 }
 
-bool parseLayerSpec(const std::string& text, LayerSpec* out, std::string* error) {
+bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* error) {
     std::istringstream in(text);
     std::string token;
-    LayerSpec spec;
+    LayerConfig parsed;
     bool first = true;
     const auto number = [&](const std::string& key, const std::string& value, uint32_t* v) {
         char* end = nullptr;
@@ -213,14 +213,14 @@ bool parseLayerSpec(const std::string& text, LayerSpec* out, std::string* error)
         if (first) {
             first = false;
             if (token == "pq") {
-                spec.transfer = kTransferPq;
+                parsed.transfer = kTransferPq;
             } else if (token == "hlg") {
-                spec.transfer = kTransferHlg;
+                parsed.transfer = kTransferHlg;
             } else if (token == "sdr") {
-                spec.transfer = kTransferBt709;
-                spec.primaries = kPrimariesBt709;
-                spec.contentClass = kContentClassSdr;
-            } else if (!number("the transfer code", token, &spec.transfer)) {
+                parsed.transfer = kTransferBt709;
+                parsed.primaries = kPrimariesBt709;
+                parsed.contentClass = kContentClassSdr;
+            } else if (!number("the transfer code", token, &parsed.transfer)) {
                 *error = "layer \"" + text + "\": starts with pq, hlg, sdr or an H.273 transfer code";
                 return false;
             }
@@ -231,25 +231,25 @@ bool parseLayerSpec(const std::string& text, LayerSpec* out, std::string* error)
         const std::string value = eq == std::string::npos ? "" : token.substr(eq + 1);
         if (key == "primaries") {
             if (value == "bt2020") {
-                spec.primaries = kPrimariesBt2020;
+                parsed.primaries = kPrimariesBt2020;
             } else if (value == "bt709") {
-                spec.primaries = kPrimariesBt709;
+                parsed.primaries = kPrimariesBt709;
             } else if (value == "p3") {
-                spec.primaries = kPrimariesP3;
-            } else if (!number(key, value, &spec.primaries)) {
+                parsed.primaries = kPrimariesP3;
+            } else if (!number(key, value, &parsed.primaries)) {
                 return false;
             }
         } else if (key == "class") {
-            if (!number(key, value, &spec.contentClass)) return false;
+            if (!number(key, value, &parsed.contentClass)) return false;
         } else if (key == "master") {
-            if (!number(key, value, &spec.masterNits)) return false;
-            if (spec.masterNits > 0xFFFFFFFFu / kMasteringUnitsPerNit) {
+            if (!number(key, value, &parsed.masterNits)) return false;
+            if (parsed.masterNits > 0xFFFFFFFFu / kMasteringUnitsPerNit) {
                 *error = "layer \"" + text + "\": master " + value + " nits is out of range";
                 return false;
             }
         } else if (key == "cll") {
-            if (!number(key, value, &spec.maxCll)) return false;
-            spec.cllPresent = true;
+            if (!number(key, value, &parsed.maxCll)) return false;
+            parsed.cllPresent = true;
         } else {
             *error = "layer \"" + text + "\": unknown key \"" + key +
                      "\" (use primaries=, class=, master=, cll=)";
@@ -260,7 +260,7 @@ bool parseLayerSpec(const std::string& text, LayerSpec* out, std::string* error)
         *error = "empty layer description";
         return false;
     }
-    *out = spec;
+    *out = parsed;
     return true;
 }
 
@@ -288,13 +288,13 @@ bool parseBlendSpace(const std::string& text, uint32_t* out) {
 
 std::string Configuration::describe() const {
     std::string s;
-    for (const LayerSpec& l : layers) s += (s.empty() ? "" : " + ") + l.describe();
+    for (const LayerConfig& l : layers) s += (s.empty() ? "" : " + ") + l.describe();
     return s + "; " + blendSpaceName(blendSpace) + "; hw " + (hardware ? "on" : "off");
 }
 
 std::string Configuration::slug() const {
     std::string s;
-    for (const LayerSpec& l : layers) s += (s.empty() ? "" : "+") + l.slug();
+    for (const LayerConfig& l : layers) s += (s.empty() ? "" : "+") + l.slug();
     return s + "_b" + std::to_string(blendSpace) + (hardware ? "-hw" : "");
 }
 
@@ -304,7 +304,7 @@ RunResult runConfiguration(const Configuration& config, int repeat, bool version
     std::vector<HdrLayerColorInfo> layers(kMaxLayers);
     std::memset(layers.data(), 0, sizeof(HdrLayerColorInfo) * layers.size());
     for (size_t i = 0; i < config.layers.size(); ++i) {
-        const LayerSpec& s = config.layers[i];
+        const LayerConfig& s = config.layers[i];
         layers[i].transfer = s.transfer;
         layers[i].primaries = s.primaries;
         layers[i].content_class = s.contentClass;

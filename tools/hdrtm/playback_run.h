@@ -12,7 +12,7 @@
 
 namespace hdrtm::tool {
 
-struct LayerSpec {
+struct LayerConfig {
     uint32_t transfer = 16;      // H.273 transfer characteristics
     uint32_t primaries = 9;      // H.273 colour primaries
     uint32_t contentClass = 0;   // 2 marks SDR content
@@ -27,10 +27,10 @@ struct LayerSpec {
 // Parses "pq", "hlg", "sdr" or a transfer code, then optional ",key=value"
 // pairs: primaries=bt2020|bt709|p3|CODE, class=N, master=NITS, cll=NITS.
 // Returns false with `error` set for anything it cannot read.
-bool parseLayerSpec(const std::string& text, LayerSpec* out, std::string* error);
+bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* error);
 
 struct Configuration {
-    std::vector<LayerSpec> layers;  // 1 to 4
+    std::vector<LayerConfig> layers;  // 1 to 4
     uint32_t blendSpace = 0;        // 0 PQ, 1 per layer, 2 HLG
     bool hardware = false;          // colour-manager path (PCC read, 12-bit push)
 
