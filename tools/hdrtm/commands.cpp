@@ -258,7 +258,11 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
                                                                : std::to_string(luts) + " LUTs")
                   << "\n";
     }
-    writeCurvePlot(sampleToneCurve(curveParams, "Tone curve: " + tuningLabel),
+    // The curve with the upper-range knobs as the entry derived them in the
+    // last call.
+    TMParams plotted = curveParams;
+    upperRangeFromLog(&plotted);
+    writeCurvePlot(sampleToneCurve(plotted, "Tone curve: " + tuningLabel),
                    (fs::path(options.outputDir) / kCurveFile).string());
     reportProblems(all);
     bool problems = false;
@@ -276,21 +280,9 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
     return problems ? kExitError : kExitOk;
 }
 
-// The content peak the entry takes from the layers: the first BT.2020 PQ
-// layer's mastering peak, or its MaxCLL without one.
-float contentPeak(const Configuration& config) {
-    for (const LayerConfig& l : config.layers) {
-        if (l.transfer != kTransferPq || l.primaries != kPrimariesBt2020) continue;
-        if (l.masterNits != 0) return static_cast<float>(l.masterNits);
-        if (l.cllPresent) return static_cast<float>(l.maxCll);
-    }
-    return 0.0f;
-}
-
-// A vetted tuning file as the library loads it, with the upper-range knobs
-// the entry would derive for content mastered at `contentPeakNits`; for the
-// tone-curve plot, which needs the record itself.
-TMParams loadTuning(const std::string& path, float contentPeakNits, bool* versionTwo) {
+// A vetted tuning file as the library loads it, for the tone-curve plot,
+// which needs the record itself.
+TMParams loadTuning(const std::string& path, bool* versionTwo) {
     *versionTwo = vetTuning(path).versionTwo;
     TMParams params;
     PccCoefficients pcc;
@@ -300,7 +292,6 @@ TMParams loadTuning(const std::string& path, float contentPeakNits, bool* versio
         throw CommandError("the library cannot load the tuning file " + path);
     }
     params.pcc = nullptr;
-    applyEntryUpperRange(params, contentPeakNits);
     return params;
 }
 
@@ -349,7 +340,7 @@ int runLut(const std::string& tuningPath, const Configuration& config, const Run
     std::string label = "built-in defaults";
     std::string error;
     if (!tuningPath.empty()) {
-        curveParams = loadTuning(tuningPath, contentPeak(config), &versionTwo);
+        curveParams = loadTuning(tuningPath, &versionTwo);
         label = tuningPath;
     }
     if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
@@ -378,11 +369,19 @@ int runCheck(const std::string& path, bool strict) {
 int runCurve(const std::string& tuningPath, const std::string& outputPath, float contentPeakNits) {
     TMParams params = defaultParams();
     std::string title = "Tone curve: built-in defaults";
+    bool versionTwo = false;
     if (!tuningPath.empty()) {
-        bool versionTwo = false;
-        params = loadTuning(tuningPath, contentPeakNits, &versionTwo);
+        params = loadTuning(tuningPath, &versionTwo);
         title = "Tone curve: " + fs::path(tuningPath).filename().string();
     }
+    // One call of the entry with a BT.2020 PQ layer mastered at the content
+    // peak: the upper-range knobs are the ones the entry derives from it.
+    std::string error;
+    if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
+    LayerConfig layer;
+    layer.masterNits = static_cast<uint32_t>(contentPeakNits);
+    runConfiguration({{layer}, kBlendSpacePerLayer, false}, 0, versionTwo);
+    upperRangeFromLog(&params);
     writeCurvePlot(sampleToneCurve(params, title), outputPath);
     std::cout << "Wrote the tone curve to " << outputPath << "\n";
     return kExitOk;

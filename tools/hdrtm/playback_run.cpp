@@ -455,6 +455,25 @@ bool setTuningProperty(const std::string& path, std::string* error) {
 
 const std::vector<std::string>& lastLibraryLog() { return gLog; }
 
+bool upperRangeFromLog(TMParams* params) {
+    bool clipFound = false;
+    bool scaleFound = false;
+    for (const std::string& line : gLog) {
+        int constant = 0;
+        int peak = 0;
+        int enable = 0;
+        float black = 0.0f;
+        if (std::sscanf(line.c_str(), "line = %d luma = %d nits blackLevel = %f nits, clipping luma = %f",
+                        &constant, &peak, &black, &params->clipLuma) == 4) {
+            clipFound = true;
+        } else if (std::sscanf(line.c_str(), "linear scale enable = %d, scale start =%f nits, ratio =%f",
+                               &enable, &params->scaleStart, &params->ratio) == 3) {
+            scaleFound = true;
+        }
+    }
+    return clipFound && scaleFound;
+}
+
 void captureLibraryLog() { __android_log_set_logger(captureLogger); }
 
 }  // namespace hdrtm::tool

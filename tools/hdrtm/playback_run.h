@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "lut_data.h"
+#include "tm_params.h"
 
 namespace hdrtm::tool {
 
@@ -76,5 +77,10 @@ void captureLibraryLog();
 // Log lines the library wrote since the last runConfiguration began, for
 // --verbose and for checks of what the library did.
 const std::vector<std::string>& lastLibraryLog();
+
+// Takes the upper-range knobs the entry used in its last captured call (the
+// clipping luminance, the linear-scale start and ratio) from its log into
+// `params`. Returns false when the log does not hold them.
+bool upperRangeFromLog(TMParams* params);
 
 }  // namespace hdrtm::tool

@@ -16,18 +16,6 @@ constexpr int kCurveSamples = kCurveGridSize * kCurveGridSize * kCurveGridSize;
 constexpr double kNitsPerUnit = 10000.0;           // linear light 1.0 = 10000 cd/m2
 constexpr double kPlotMinNits = 1e-3;              // plot range, both axes
 constexpr double kPlotMaxNits = 1e4;
-constexpr float kDefaultClipNits = 1000.0f;        // clipping floor of the entry
-constexpr float kLinearScaleGapStart = 4499.0f;    // clip luminances the scale tables skip
-constexpr float kLinearScaleHighStart = 4500.0f;
-constexpr float kLinearScaleHighEnd = 10000.0f;
-
-// Linear-scale tables of the entry, indexed by clipping luminance in steps of
-// 500 nits from 1000 (LOW) or 1000 nits from 4500 (HIGH).
-constexpr uint32_t kScaleLow[] = {880, 1170, 1375, 1570, 1740, 1920, 2060};
-constexpr uint32_t kScaleHigh[] = {2060, 2285, 2450, 2630, 2725, 2925, 3030};
-constexpr float kScaleFraction[] = {0.9f, 0.85f, 0.8f, 0.75f, 0.7f, 0.65f, 0.6f};
-constexpr int kScaleTableLast = 6;
-
 constexpr int kWidth = 780;
 constexpr int kHeight = 540;
 constexpr float kLeft = 80.0f;
@@ -74,32 +62,6 @@ std::string nitsLabel(double nits) {
 }
 
 }  // namespace
-
-void applyEntryUpperRange(TMParams& p, float contentPeakNits) {
-    if (p.enableM == 0 && p.fixedClip == 0) {
-        p.clipLuma = std::max(contentPeakNits, kDefaultClipNits);
-    }
-    if (p.fixedRatio != 0 || p.linearScale != 1) return;
-    const float c = p.clipLuma;
-    const float peak = static_cast<float>(p.panel_max_luminance);
-    int index = -1;
-    uint32_t target = 0;
-    if (p.enableM != 1 && c < kLinearScaleGapStart) {
-        // Clipping luminances below 1000 nits take the first entry.
-        index = std::clamp(static_cast<int>(static_cast<uint32_t>(c) / 500u) - 2, 0, kScaleTableLast);
-        target = kScaleLow[index];
-    } else if (p.enableM != 1 && c >= kLinearScaleHighStart && c <= kLinearScaleHighEnd) {
-        index = std::clamp(static_cast<int>(static_cast<uint32_t>(c) / 1000u) - 4, 0, kScaleTableLast);
-        target = kScaleHigh[index];
-    }
-    if (index < 0) {
-        p.scaleStart = peak;
-        p.ratio = 1.0f;
-        return;
-    }
-    p.scaleStart = kScaleFraction[index] * peak;
-    p.ratio = (static_cast<float>(target) - p.scaleStart) / (c - p.scaleStart);
-}
 
 CurvePlotData sampleToneCurve(const TMParams& params, const std::string& title) {
     CurvePlotData data;

@@ -25,11 +25,6 @@ struct CurvePlotData {
     std::vector<std::pair<double, double>> controlPoints;  // table form only
 };
 
-// What the playback entry does to the upper-range knobs of a loaded tuning
-// for one BT.2020 PQ layer mastered at `contentPeakNits` (0: no metadata):
-// the clipping luminance and the linear-scale start and ratio.
-void applyEntryUpperRange(TMParams& params, float contentPeakNits);
-
 // Samples the parametric curve and, when the record selects it (version 1),
 // the table curve with its control points. `params` is a loaded or defaulted
 // record whose control points are still 10-bit codes.
