@@ -268,24 +268,10 @@ void rgb2rgb_gmap(TMParams* params, float** planes) {
     // Inverse mapping stays in BT.2020.
     const int target =
         params->map_direction != MAP_FORWARD ? kPrimariesBt2020 : primariesOfPanel(panelColorMode);
-    const MatrixLocals toXyz = loadMatrix(kRgbToXyz[kPrimariesBt2020]);
-    const MatrixLocals toPanel = loadMatrix(kXyzToRgb[target]);
-    float* const planeR = planes[0];
-    float* const planeG = planes[1];
-    float* const planeB = planes[2];
-    HDRTM_INDEPENDENT_POINTS
-    for (unsigned int i = 0; i < count; ++i) {
-        const float r = planeR[i];
-        const float g = planeG[i];
-        const float b = planeB[i];
-        const float x = rowTimes(toXyz.m[0], r, g, b);
-        const float y = rowTimes(toXyz.m[1], r, g, b);
-        const float z = rowTimes(toXyz.m[2], r, g, b);
-        // Out-of-gamut colours keep components below 0 or above 1 here.
-        planeR[i] = rowTimes(toPanel.m[0], x, y, z);
-        planeG[i] = rowTimes(toPanel.m[1], x, y, z);
-        planeB[i] = rowTimes(toPanel.m[2], x, y, z);
-    }
+    // Through XYZ in place; out-of-gamut colours keep components below 0 or
+    // above 1 here.
+    applyMatrix(kRgbToXyz[kPrimariesBt2020], planes, planes, count);
+    applyMatrix(kXyzToRgb[target], planes, planes, count);
 }
 
 void panel_mapping_PCC(TMParams* params, float** planes) {
