@@ -77,11 +77,6 @@ void BM_OotfForward(benchmark::State& state) {
 void BM_OotfInverse(benchmark::State& state) {
     runOnPlanes(state, 0.1f, [](float** p) { OOTF_inverse_tf(p, kCount, 0, 0, 1000.0f); });
 }
-void BM_PipelineCodeDecode(benchmark::State& state) {
-    runOnPlanes(state, 1023.0f, [](float** p) {
-        hdrtm::decodeCodesThroughTable(hdrtm::kPqDecodeTable, p, kCount);
-    });
-}
 
 void BM_InputGen(benchmark::State& state) {
     unsigned int grid[3][kGridPointsPerAxis];
@@ -117,6 +112,5 @@ BENCHMARK(BM_GammaCustomForward);
 BENCHMARK(BM_Clipping);
 BENCHMARK(BM_OotfForward);
 BENCHMARK(BM_OotfInverse);
-BENCHMARK(BM_PipelineCodeDecode);
 BENCHMARK(BM_InputGen);
 BENCHMARK(BM_NonuniformityMapping);

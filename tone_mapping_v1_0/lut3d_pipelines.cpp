@@ -4,6 +4,7 @@
 // the two inverse pipelines share their final scale.
 #include "lut3d.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "color_conversion.h"
@@ -60,16 +61,11 @@ void forEachSample(float** planes, unsigned int count, F f) {
 void fillAndLinearise(const TMParams& params, uint32_t gridSet, const double* table,
                       float** planes) {
     const uint32_t (*grid)[kGridPointsPerAxis] = params.grid_points[gridSet == 0 ? 0 : 1];
-    const unsigned int n = params.grid_size;
-    if (n > static_cast<unsigned int>(kGridPointsPerAxis)) {
-        // The grid fills 17^3 samples and the decode runs over all n^3.
-        fillSamplePlanes(grid, planes, n);
-        decodeCodesThroughTable(table, planes, samplesPerPlane(params));
-        return;
-    }
-    // Every sample is a grid code, so each of the 17 codes an axis holds is
-    // decoded once, exactly as the per-sample decode reads it, and laid out.
-    // Only the first n codes of an axis are read, as the per-sample decode would.
+    // A row holds 17 points: a larger grid size samples the 17-point grid.
+    const unsigned int n =
+        std::min(static_cast<unsigned int>(params.grid_size), static_cast<unsigned int>(kGridPointsPerAxis));
+    // Every sample is a grid code, so each code an axis holds is decoded
+    // once, exactly as a per-sample decode reads it, and laid out.
     float decoded[kPlaneCount][kGridPointsPerAxis] = {};
     for (int axis = 0; axis < kPlaneCount; ++axis) {
         for (unsigned int p = 0; p < n; ++p) {

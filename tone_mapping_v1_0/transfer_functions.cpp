@@ -122,15 +122,30 @@ inline float bt2020Luminance(float r, float g, float b) {
     return (r * kBt2020LumaR + g * kBt2020LumaG) + b * kBt2020LumaB;
 }
 
+// Replaces each luminance y of `count` samples by its gain numerator / y *
+// power(y), block by block so that the powers overlap. A sample whose
+// luminance is not positive (or NaN) keeps the previous sample's gain, on
+// purpose; the first such sample gets 0.
+template <typename Power>
+void luminanceToCarriedGain(float* luminance, unsigned int count, float numerator, Power power) {
+    float carried = 0.0f;
+    float powers[kOotfBlock];
+    for (unsigned int start = 0; start < count; start += kOotfBlock) {
+        float* const y = luminance + start;
+        const unsigned int n = std::min(count - start, kOotfBlock);
+        for (unsigned int j = 0; j < n; ++j) powers[j] = y[j] > 0.0f ? power(y[j]) : 0.0f;
+        for (unsigned int j = 0; j < n; ++j) {
+            if (y[j] > 0.0f) carried = (numerator / y[j]) * powers[j];
+            y[j] = carried;
+        }
+    }
+}
+
 float ootfSystemGamma(float peak) {
     return log10f(peak / kOotfReferencePeakNits) * kOotfGammaSlope + kOotfGammaAtReference;
 }
 
 }  // namespace
-
-void decodeCodesThroughTable(const double* table, float** planes, unsigned int count) {
-    decodeThroughTable(table, planes, count, kPlaneCount, kCodeInMax, 1);
-}
 
 float srgbEncode(float linear) {
     if (linear <= kSrgbLinearLimit) return linear * kSrgbLinearSlope;
@@ -142,9 +157,20 @@ float bt709Encode(float linear) {
     return powf(linear, kBt709Exponent) * kBt709Gain + kBt709Offset;
 }
 
-float hlgEncodeTimes12(float sceneTimes12) {
-    if (sceneTimes12 <= kHlgKneeTimes12) return sqrtf(sceneTimes12) * kHlgRootScale;
+namespace {
+
+// The two branches of the HLG OETF of scene light times 12: square root up to
+// and including the knee, logarithm above it.
+inline float hlgRootBranch(float sceneTimes12) { return sqrtf(sceneTimes12) * kHlgRootScale; }
+inline float hlgLogBranch(float sceneTimes12) {
     return logf(sceneTimes12 + kHlgMinusB) * kHlgA + kHlgC;
+}
+
+}  // namespace
+
+float hlgEncodeTimes12(float sceneTimes12) {
+    if (sceneTimes12 <= kHlgKneeTimes12) return hlgRootBranch(sceneTimes12);
+    return hlgLogBranch(sceneTimes12);
 }
 
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
@@ -157,12 +183,10 @@ void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
         const unsigned int n = std::min(count - start, kHlgEncodeBlock);
         for (unsigned int j = 0; j < n; ++j) scaled[j] = p[j] * scale;
         for (unsigned int j = 0; j < n; ++j) {
-            if (scaled[j] <= kHlgKneeTimes12) p[j] = sqrtf(scaled[j]) * kHlgRootScale;
+            if (scaled[j] <= kHlgKneeTimes12) p[j] = hlgRootBranch(scaled[j]);
         }
         for (unsigned int j = 0; j < n; ++j) {
-            if (!(scaled[j] <= kHlgKneeTimes12)) {
-                p[j] = logf(scaled[j] + kHlgMinusB) * kHlgA + kHlgC;
-            }
+            if (!(scaled[j] <= kHlgKneeTimes12)) p[j] = hlgLogBranch(scaled[j]);
         }
     }
 }
@@ -285,19 +309,8 @@ void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigne
     float* const gain = gains.data();
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) gain[i] = bt2020Luminance(r[i], g[i], b[i]);
-    // A sample whose luminance is not positive (or NaN) keeps the previous
-    // sample's gain, on purpose; the first such sample gets 0.
-    float carried = 0.0f;
-    float powers[kOotfBlock];
-    for (unsigned int start = 0; start < count; start += kOotfBlock) {
-        float* const y = gain + start;
-        const unsigned int n = std::min(count - start, kOotfBlock);
-        for (unsigned int j = 0; j < n; ++j) powers[j] = y[j] > 0.0f ? powf(y[j], gamma) : 0.0f;
-        for (unsigned int j = 0; j < n; ++j) {
-            if (y[j] > 0.0f) carried = (peak / y[j]) * powers[j];
-            y[j] = carried;
-        }
-    }
+    // Gain peak * Y^(gamma - 1), as (peak / Y) * Y^gamma.
+    luminanceToCarriedGain(gain, count, peak, [gamma](float y) { return powf(y, gamma); });
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         r[i] = clampUnitKeepNaN(r[i] * gain[i] / kPqPeakNits);
@@ -320,20 +333,9 @@ void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigne
     for (unsigned int i = 0; i < count; ++i) {
         gain[i] = bt2020Luminance(r[i], g[i], b[i]) * kPqPeakNits;
     }
-    // Carried gain for a non-positive luminance, as in OOTF_forward_tf.
-    float carried = 0.0f;
-    float powers[kOotfBlock];
-    for (unsigned int start = 0; start < count; start += kOotfBlock) {
-        float* const y = gain + start;
-        const unsigned int n = std::min(count - start, kOotfBlock);
-        for (unsigned int j = 0; j < n; ++j) {
-            powers[j] = y[j] > 0.0f ? powf(y[j] / peak, inverseGamma) : 0.0f;
-        }
-        for (unsigned int j = 0; j < n; ++j) {
-            if (y[j] > 0.0f) carried = (kPqPeakNits / y[j]) * powers[j];
-            y[j] = carried;
-        }
-    }
+    // Gain (10000 / Yd) * (Yd / peak)^(1 / gamma).
+    luminanceToCarriedGain(gain, count, kPqPeakNits,
+                           [peak, inverseGamma](float y) { return powf(y / peak, inverseGamma); });
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         r[i] = clampUnitKeepNaN(r[i] * gain[i]);

@@ -21,11 +21,6 @@ extern const double kSrgbDecodeTable[kDecodeTableSize];
 // BT.709 inverse OETF, six decimals.
 extern const double kBt709DecodeTable[kDecodeTableSize];
 
-// Replaces each of `count` samples of the three planes (R, then G, then B) by
-// table[trunc(v)] as a float: the planes hold integral 10-bit codes. No
-// bounds check; callers keep codes within 0..1023.
-void decodeCodesThroughTable(const double* table, float** planes, unsigned int count);
-
 // Power 1/2.2 encoding exponent: the float quotient 1.0f/2.2f, one unit in the
 // last place below the float nearest to 1/2.2. Kept as it is.
 constexpr float kGamma2p2EncodeExponent = floatFromBits(0x3EE8BA2E);
