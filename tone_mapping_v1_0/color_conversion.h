@@ -30,6 +30,11 @@ constexpr float kBt709LumaR = 0.212639f;
 constexpr float kBt709LumaG = 0.715169f;
 constexpr float kBt709LumaB = 0.072192f;
 
+// BT.2020 luminance of a linear RGB point, summed R, G, B in that order.
+inline float bt2020Luminance(float r, float g, float b) {
+    return (r * kBt2020LumaR + g * kBt2020LumaG) + b * kBt2020LumaB;
+}
+
 // D65 white ratios X/Y and Z/Y.
 constexpr float kD65XOverY = 0.9505f;
 constexpr float kD65ZOverY = 1.0891f;

@@ -26,9 +26,6 @@ constexpr unsigned short kOotfUnusedArg = 0;
 constexpr unsigned short kPqLinearScale = 1;
 constexpr unsigned short kPqSignalScale = 1;
 
-// Scene light times 12 puts the BT.2100 HLG OETF knee (1/12) at 1.0.
-constexpr float kHlgOetfInputScale = 12.0f;
-
 // Low two bits of gamut_mode pick the gamut stage; 0 and 3 leave the planes.
 constexpr uint8_t kGamutModeMask = 0x3;
 constexpr uint8_t kGamutModeFixedMatrix = 1;
@@ -138,7 +135,7 @@ void scaleToOutputCodes(float** planes, unsigned int count, uint32_t outBitDepth
 void encodeHlgOetf(float** planes, unsigned int count) {
     // No clamp first: a negative sample gives NaN, which the final scale keeps.
     for (int k = 0; k < kPlaneCount; ++k) {
-        hlgEncodeScaledSamples(planes[k], count, kHlgOetfInputScale);
+        hlgEncodeScaledSamples(planes[k], count, kHlgSceneScale);
     }
 }
 

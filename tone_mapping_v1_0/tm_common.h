@@ -25,6 +25,8 @@ constexpr const char* kLogTag = "LIBHDR_TM";
 #endif
 
 constexpr int kPlaneCount = 3;
+// Relative linear light 1.0 stands for this many nits (the PQ peak).
+constexpr float kNitsPerUnit = 10000.0f;
 constexpr int kLutPoints = 17 * 17 * 17;  // 4913 samples a plane
 
 // Clamp to [0, 1] that replaces only values below 0 or above 1: NaN passes.

@@ -9,9 +9,6 @@
 
 namespace hdrtm {
 
-// Relative light 1.0 stands for this many nits (the PQ peak).
-constexpr float kNitsPerUnit = 10000.0f;
-
 // Curve mode in which the shoulder exponent k is given and xMax is derived;
 // any other mode takes xMax as given and derives k.
 constexpr unsigned char kCurveModeGivenExponent = 1;

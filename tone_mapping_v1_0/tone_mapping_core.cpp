@@ -40,7 +40,7 @@ struct LumaChroma {
 };
 
 LumaChroma toLumaChroma(float r, float g, float b) {
-    return {kBt2020LumaR * r + kBt2020LumaG * g + kBt2020LumaB * b,
+    return {bt2020Luminance(r, g, b),
             kBt2020ToCb[0] * r + kBt2020ToCb[1] * g + kBt2020ToCb[2] * b,
             kBt2020ToCr[0] * r + kBt2020ToCr[1] * g + kBt2020ToCr[2] * b};
 }

@@ -31,8 +31,6 @@ constexpr float kHlgA = 0.17883277f;
 constexpr float kHlgMinusB = -0.28466892f;
 // BT.2100 HLG c = 0.5 - a ln(4a)
 constexpr float kHlgC = 0.55991073f;
-// Scene light is scaled by 12 so that the knee 1/12 becomes 1.0.
-constexpr float kHlgSceneScale = 12.0f;
 constexpr float kHlgKneeTimes12 = 1.0f;
 // Square-root branch: sqrt(12 L) / 2 = sqrt(3 L).
 constexpr float kHlgRootScale = 0.5f;
@@ -62,8 +60,6 @@ constexpr float kGamma2p2DecodeExponent = 2.2f;
 constexpr float kOotfGammaAtReference = 1.2f;
 constexpr float kOotfGammaSlope = 0.42f;
 constexpr float kOotfReferencePeakNits = 1000.0f;
-// Display light is normalised so that 1.0 is 10000 cd/m2 (the PQ range).
-constexpr float kPqPeakNits = 10000.0f;
 // Points the OOTF takes through its power at a time (a stack block).
 constexpr unsigned int kOotfBlock = 256;
 
@@ -115,11 +111,6 @@ void encodePlanes(float** planes, unsigned int count, unsigned int planeCount,
             p[i] = encode(linear) * out;
         }
     }
-}
-
-// BT.2020 luminance, summed R, G, B in that order.
-inline float bt2020Luminance(float r, float g, float b) {
-    return (r * kBt2020LumaR + g * kBt2020LumaG) + b * kBt2020LumaB;
 }
 
 // Replaces each luminance y of `count` samples by its gain numerator / y *
@@ -313,9 +304,9 @@ void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigne
     luminanceToCarriedGain(gain, count, peak, [gamma](float y) { return powf(y, gamma); });
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
-        r[i] = clampUnitKeepNaN(r[i] * gain[i] / kPqPeakNits);
-        g[i] = clampUnitKeepNaN(g[i] * gain[i] / kPqPeakNits);
-        b[i] = clampUnitKeepNaN(b[i] * gain[i] / kPqPeakNits);
+        r[i] = clampUnitKeepNaN(r[i] * gain[i] / kNitsPerUnit);
+        g[i] = clampUnitKeepNaN(g[i] * gain[i] / kNitsPerUnit);
+        b[i] = clampUnitKeepNaN(b[i] * gain[i] / kNitsPerUnit);
     }
 }
 
@@ -331,10 +322,10 @@ void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigne
     float* const gain = gains.data();
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
-        gain[i] = bt2020Luminance(r[i], g[i], b[i]) * kPqPeakNits;
+        gain[i] = bt2020Luminance(r[i], g[i], b[i]) * kNitsPerUnit;
     }
     // Gain (10000 / Yd) * (Yd / peak)^(1 / gamma).
-    luminanceToCarriedGain(gain, count, kPqPeakNits,
+    luminanceToCarriedGain(gain, count, kNitsPerUnit,
                            [peak, inverseGamma](float y) { return powf(y / peak, inverseGamma); });
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {

@@ -29,6 +29,8 @@ constexpr float kGamma2p2EncodeExponent = floatFromBits(0x3EE8BA2E);
 float srgbEncode(float linear);
 // BT.709 OETF of linear L in [0, 1].
 float bt709Encode(float linear);
+// Scene light is scaled by 12 so that the HLG knee 1/12 becomes 1.0.
+constexpr float kHlgSceneScale = 12.0f;
 // HLG OETF of scene light already multiplied by 12 (so the knee is at 1.0).
 float hlgEncodeTimes12(float sceneTimes12);
 // samples[i] = hlgEncodeTimes12(samples[i] * scale) for `count` samples, run
