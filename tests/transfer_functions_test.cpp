@@ -1,9 +1,9 @@
-// Transfer functions: the decode tables entry by entry, the table decoders'
-// indexing, the encoders' branches and guards, and the HLG OOTF.
+// Transfer functions: decode tables, table decoders, encoders and the HLG OOTF.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 #include "tm_stages.h"
@@ -15,9 +15,7 @@ using namespace hdrtm;
 
 const float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-// Independent long double curves, rounded to `places` decimals; k / 10^places
-// is one correctly rounded division, so it is the double nearest the decimal.
-// No entry lies within 1e-10 of a rounding tie, so long double suffices.
+// Independent long double curves rounded to `places` decimals (no entry is near a tie).
 double rounded(long double value, int places) {
     const long double scale = powl(10.0L, places);
     return static_cast<double>(llroundl(value * scale)) / static_cast<double>(scale);
@@ -48,34 +46,20 @@ TEST(DecodeTables, EveryEntryIsTheRoundedCurve) {
 }
 
 TEST(DecodeTables, TellingRows) {
-    struct Row { const double* table; int index; double value; };
-    const double* pq = kPqDecodeTable;
-    const double* hlg = kHlgDecodeTable;
-    const double* srgb = kSrgbDecodeTable;
-    const double* bt709 = kBt709DecodeTable;
-    const Row rows[] = {
-        {pq, 0, 0.0}, {pq, 1, 4.042272e-09}, {pq, 5, 6.3746885e-08}, {pq, 22, 1.001782159e-06},
-        {pq, 65, 1.0463077369e-05}, {pq, 66, 0.000011}, {pq, 100, 0.000031}, {pq, 512, 0.00927},
-        {pq, 767, 0.098118}, {pq, 1000, 0.807412}, {pq, 1022, 0.990706}, {pq, 1023, 1.0},
-        {hlg, 1, 0.0}, {hlg, 2, 0.000001}, {hlg, 100, 0.003185}, {hlg, 511, 0.08317},
-        {hlg, 512, 0.083496}, {hlg, 600, 0.12042}, {hlg, 1000, 0.884664}, {hlg, 1023, 1.0},
-        {srgb, 1, 0.000076}, {srgb, 41, 0.003102}, {srgb, 42, 0.003179}, {srgb, 64, 0.005162},
-        {srgb, 512, 0.214494}, {srgb, 1000, 0.949615}, {srgb, 1023, 1.0}, {bt709, 1, 0.000217},
-        {bt709, 83, 0.017975}, {bt709, 84, 0.018192}, {bt709, 512, 0.26006},
-        {bt709, 1000, 0.955106}, {bt709, 1023, 1.0},
-    };
-    for (const Row& row : rows) EXPECT_EQ(row.table[row.index], row.value) << row.index;
+    const std::tuple<const double*, int, double> rows[] = {
+        {kPqDecodeTable, 1, 4.042272e-09}, {kPqDecodeTable, 65, 1.0463077369e-05},
+        {kPqDecodeTable, 66, 0.000011}, {kPqDecodeTable, 1022, 0.990706},
+        {kHlgDecodeTable, 511, 0.08317}, {kHlgDecodeTable, 512, 0.083496},
+        {kSrgbDecodeTable, 42, 0.003179}, {kBt709DecodeTable, 84, 0.018192}};
+    for (const auto& [table, index, value] : rows) EXPECT_EQ(table[index], value) << index;
 }
 
-// Three planes holding the same samples.
+// Three planes; G and B copy R unless given.
 struct Planes {
     std::vector<float> r, g, b;
-    float* p[3];
-    explicit Planes(const std::vector<float>& values) : r(values), g(values), b(values) {
-        p[0] = r.data();
-        p[1] = g.data();
-        p[2] = b.data();
-    }
+    float* p[3] = {r.data(), g.data(), b.data()};
+    explicit Planes(std::vector<float> red, std::vector<float> green = {}, std::vector<float> blue = {})
+        : r(red), g(green.empty() ? red : green), b(blue.empty() ? red : blue) {}
     unsigned int count() const { return static_cast<unsigned int>(r.size()); }
 };
 
@@ -116,6 +100,9 @@ TEST(TableDecoders, GuardsAndPlaneCounts) {
     st2084_inverse_tf(planes.p, 0, 3, 1023, 1);
     bt709_inverse_tf(planes.p, 1, 0, 1);
     sRGB_inverse_tf(planes.p, 1, 0, 1);
+    sRGB_forward_tf(planes.p, 1, 3, 0, 1);
+    gamma2p2_inverse_tf(planes.p, 1, 0, 1, 1);
+    HLG_forward_tf(planes.p, 1, 3, 0, 1);
     EXPECT_EQ(planes.r[0], 512.0f);
 
     st2084_inverse_tf(planes.p, 1, 1, 1023, 1);  // only R
@@ -125,6 +112,10 @@ TEST(TableDecoders, GuardsAndPlaneCounts) {
     Planes many({512.0f});
     st2084_inverse_tf(many.p, 1, 7, 1023, 1);  // more than three planes: all three
     EXPECT_EQ(many.b[0], entry(kPqDecodeTable, 512));
+    Planes two({0.5f});
+    HLG_forward_tf(two.p, 1, 2, 1, 1);
+    EXPECT_NE(two.g[0], 0.5f);
+    EXPECT_EQ(two.b[0], 0.5f);  // planeCount 2 leaves B
 }
 
 // Runs an encoder over the R plane with inScale and outScale 1.
@@ -136,25 +127,22 @@ std::vector<float> encode(Encoder f, const std::vector<float>& samples) {
 }
 
 TEST(Encoders, BranchesAndNamedPoints) {
-    const auto bt709 = encode(bt709_forward_tf, {0.018f, 0.1f, 1.0f, -0.5f, 3.0f, kNaN});
-    EXPECT_EQ(bt709[0], 0.018f * 4.5f);  // the linear branch includes its limit
-    EXPECT_NEAR(bt709[1], 0.2909f, 1e-4f);
-    EXPECT_NEAR(bt709[2], 1.0f, 1e-6f);
-    EXPECT_EQ(bt709[3], 0.0f);  // clamped below
-    EXPECT_EQ(bt709[4], bt709[2]);  // clamped above
-    EXPECT_TRUE(std::isnan(bt709[5]));  // the clamp lets NaN through
-
-    const auto srgb = encode(sRGB_forward_tf, {0.0031308f, 0.5f});
-    EXPECT_EQ(srgb[0], 0.0031308f * 12.92f);
-    EXPECT_NEAR(srgb[1], 0.7354f, 1e-4f);
-
-    const auto hlg = encode(HLG_forward_tf, {1.0f / 12.0f, 0.0f, 0.25f, 0.5f, 1.0f, -0.5f});
-    EXPECT_NEAR(hlg[0], 0.5f, 1e-7f);
-    EXPECT_EQ(hlg[1], 0.0f);
-    EXPECT_NEAR(hlg[2], 0.7385f, 1e-4f);
-    EXPECT_NEAR(hlg[3], 0.8716f, 1e-4f);
-    EXPECT_NEAR(hlg[4], 1.0f, 1e-6f);
-    EXPECT_TRUE(std::isnan(hlg[5]));  // HLG is not clamped
+    const std::tuple<Encoder, float, float, float> named[] = {
+        {bt709_forward_tf, 0.1f, 0.2909f, 1e-4f}, {bt709_forward_tf, 1.0f, 1.0f, 1e-6f},
+        {sRGB_forward_tf, 0.5f, 0.7354f, 1e-4f}, {HLG_forward_tf, 1.0f / 12.0f, 0.5f, 1e-7f},
+        {HLG_forward_tf, 0.25f, 0.7385f, 1e-4f}, {HLG_forward_tf, 0.5f, 0.8716f, 1e-4f},
+        {HLG_forward_tf, 1.0f, 1.0f, 1e-6f}};
+    for (const auto& [f, x, y, tol] : named) EXPECT_NEAR(encode(f, {x})[0], y, tol) << x;
+    // The linear branches include their limits.
+    EXPECT_EQ(encode(bt709_forward_tf, {0.018f})[0], 0.018f * 4.5f);
+    EXPECT_EQ(encode(sRGB_forward_tf, {0.0031308f})[0], 0.0031308f * 12.92f);
+    const auto bt709 = encode(bt709_forward_tf, {-0.5f, 3.0f, 1.0f, kNaN});
+    EXPECT_EQ(bt709[0], 0.0f);
+    EXPECT_EQ(bt709[1], bt709[2]);
+    EXPECT_TRUE(std::isnan(bt709[3]));  // the clamp lets NaN through
+    const auto hlg = encode(HLG_forward_tf, {0.0f, -0.5f});
+    EXPECT_EQ(hlg[0], 0.0f);
+    EXPECT_TRUE(std::isnan(hlg[1]));  // HLG is not clamped
 
     Planes pq({10000.0f, 100.0f, -5.0f, 20000.0f});
     st2084_forward_tf(pq.p, pq.count(), 10000, 1);
@@ -182,18 +170,6 @@ TEST(Encoders, GammaPowers) {
     EXPECT_EQ(zero.r[1], 1.0f);
 }
 
-TEST(Encoders, GuardsAndPlaneCounts) {
-    Planes planes({0.5f});
-    sRGB_forward_tf(planes.p, 1, 3, 0, 1);
-    gamma2p2_inverse_tf(planes.p, 1, 0, 1, 1);
-    HLG_forward_tf(planes.p, 1, 3, 0, 1);
-    EXPECT_EQ(planes.r[0], 0.5f);
-
-    HLG_forward_tf(planes.p, 1, 2, 1, 1);
-    EXPECT_NE(planes.g[0], 0.5f);
-    EXPECT_EQ(planes.b[0], 0.5f);  // planeCount 2 leaves B
-}
-
 TEST(Clipping, ReplacesOnlyOutOfRangeValues) {
     EXPECT_EQ(Clipping(-1.0f, 0.0f, 1.0f), 0.0f);
     EXPECT_EQ(Clipping(2.0f, 0.0f, 1.0f), 1.0f);
@@ -202,35 +178,24 @@ TEST(Clipping, ReplacesOnlyOutOfRangeValues) {
     EXPECT_EQ(Clipping(0.0f, 1.0f, -1.0f), 1.0f);  // lo > hi: below lo gives lo
 }
 
-struct Rgb { float r, g, b; };
-Planes samplePlanes(const std::vector<Rgb>& samples) {
-    Planes planes(std::vector<float>(samples.size()));
-    for (size_t i = 0; i < samples.size(); ++i) {
-        planes.r[i] = samples[i].r;
-        planes.g[i] = samples[i].g;
-        planes.b[i] = samples[i].b;
-    }
-    return planes;
-}
-
 TEST(Ootf, SystemGammaFollowsPeak) {
-    Planes grey = samplePlanes({{1.0f, 1.0f, 1.0f}, {0.5f, 0.5f, 0.5f}});
+    Planes grey({1.0f, 0.5f});
     OOTF_forward_tf(grey.p, 2, 0, 0, 1000.0f);
     EXPECT_NEAR(grey.r[0], 0.1f, 1e-6f);
     EXPECT_NEAR(grey.g[1], 0.1 * std::pow(0.5, 1.2), 1e-6);
 
-    Planes brighter = samplePlanes({{0.5f, 0.5f, 0.5f}, {1.0f, 1.0f, 1.0f}});
+    Planes brighter({0.5f, 1.0f});
     OOTF_forward_tf(brighter.p, 2, 0, 0, 1500.0f);  // gamma 1.2 + 0.42 log10(1.5)
     EXPECT_NEAR(brighter.b[0], 0.15 * std::pow(0.5, 1.2 + 0.42 * std::log10(1.5)), 1e-6);
 
-    Planes over = samplePlanes({{1.0f, 1.0f, 1.0f}});
+    Planes over({1.0f});
     OOTF_forward_tf(over.p, 1, 0, 0, 12000.0f);  // 12000 cd/m2 clamps to 1.0
     EXPECT_EQ(over.r[0], 1.0f);
 }
 
 TEST(Ootf, NonPositiveLuminanceCarriesPreviousGain) {
-    Planes planes = samplePlanes({{0.0f, 0.0f, 0.0f}, {-0.1f, 0.02f, 0.0f}, {0.5f, 0.5f, 0.5f},
-                                  {-0.5f, 0.01f, 0.0f}, {kNaN, 0.01f, 0.0f}});
+    Planes planes({0.0f, -0.1f, 0.5f, -0.5f, kNaN}, {0.0f, 0.02f, 0.5f, 0.01f, 0.01f},
+                  {0.0f, 0.0f, 0.5f, 0.0f, 0.0f});
     OOTF_forward_tf(planes.p, planes.count(), 0, 0, 1000.0f);
     EXPECT_EQ(planes.g[0], 0.0f);
     EXPECT_EQ(planes.g[1], 0.0f);  // gain still 0 from the black first sample
@@ -241,17 +206,18 @@ TEST(Ootf, NonPositiveLuminanceCarriesPreviousGain) {
 }
 
 TEST(Ootf, InverseUndoesForward) {
-    std::vector<Rgb> samples;
+    std::vector<float> r, g, b;
     for (int i = 1; i <= 40; ++i) {
-        const float v = static_cast<float>(i) / 40.0f;
-        samples.push_back({v, v * 0.5f, v * v});
+        r.push_back(static_cast<float>(i) / 40.0f);
+        g.push_back(r.back() * 0.5f);
+        b.push_back(r.back() * r.back());
     }
-    Planes planes = samplePlanes(samples);
+    Planes planes(r, g, b);
     OOTF_forward_tf(planes.p, planes.count(), 0, 0, 1500.0f);
     OOTF_inverse_tf(planes.p, planes.count(), 7, 9, 1500.0f);  // the 16-bit arguments are ignored
-    for (size_t i = 0; i < samples.size(); ++i) {
-        EXPECT_NEAR(planes.r[i], samples[i].r, 8e-6f) << i;
-        EXPECT_NEAR(planes.b[i], samples[i].b, 8e-6f) << i;
+    for (size_t i = 0; i < r.size(); ++i) {
+        EXPECT_NEAR(planes.r[i], r[i], 8e-6f) << i;
+        EXPECT_NEAR(planes.b[i], b[i], 8e-6f) << i;
     }
 }
 
