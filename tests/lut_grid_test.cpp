@@ -31,9 +31,6 @@ TEST(GridFill, RedFastestBlueSlowestOverEveryPoint) {
         ASSERT_EQ(g[i], static_cast<float>(grid.rows[1][i / 17 % 17])) << i;
         ASSERT_EQ(b[i], static_cast<float>(grid.rows[2][i / 289])) << i;
     }
-    EXPECT_EQ(b[4912], 1023.0f);
-    EXPECT_EQ(r[16], 1023.0f);
-    EXPECT_EQ(b[289], 66.0f);
 }
 
 TEST(GridFill, PointCountsZeroAndOne) {
