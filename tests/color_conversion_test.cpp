@@ -1,5 +1,4 @@
-// Colour conversion: matrix tables, RGB/XYZ/Lab conversions, gamut mapping
-// and the panel's polynomial correction.
+// Colour conversion: matrix tables, RGB/XYZ/Lab, gamut mapping and panel correction.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -32,13 +31,10 @@ struct Planes {
 
 // Every entry of the product a * b (in double) against `expected`.
 void expectProductNear(const Matrix3& expected, const Matrix3& a, const Matrix3& b, double tol) {
-    for (int row = 0; row < 3; ++row) {
-        for (int col = 0; col < 3; ++col) {
-            const double product = double{a[row][0]} * b[0][col] + double{a[row][1]} * b[1][col] +
-                                   double{a[row][2]} * b[2][col];
-            EXPECT_NEAR(expected[row][col], product, tol) << "row " << row << " column " << col;
-        }
-    }
+    for (int row = 0; row < 3; ++row)
+        for (int col = 0; col < 3; ++col)
+            EXPECT_NEAR(expected[row][col], double{a[row][0]} * b[0][col] + double{a[row][1]} * b[1][col] +
+                                                double{a[row][2]} * b[2][col], tol) << row << "," << col;
 }
 
 TEST(ColorTables, AgreeWithEachOtherAndWithD65) {
