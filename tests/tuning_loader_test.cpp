@@ -70,35 +70,21 @@ void expectDefaultPoints(const TMParams& p) {
 
 TEST_F(TuningLoader, EmptyRootGivesEveryFallback) {
     ASSERT_EQ(loadBody(""), 0);
+    const std::pair<float TMParams::*, float> floats[] = {
+        {&TMParams::panel_min_luminance, 0.001f}, {&TMParams::nominal_peak_luminance, 1500.0f},
+        {&TMParams::output_gamma_val, 2.2f}, {&TMParams::t0, 0.01f}, {&TMParams::sharp, 2.0f},
+        {&TMParams::slope, 1.0f}, {&TMParams::intl, 24.0f}, {&TMParams::inth, 275.0f},
+        {&TMParams::pivot, 1000.0f}, {&TMParams::LinearBoost, 1.0f}, {&TMParams::tlower, 0.05f},
+        {&TMParams::tupper, 400.0f}, {&TMParams::sysGamma, 1.0f}, {&TMParams::t1, 0.005f},
+        {&TMParams::t2, 0.05f}, {&TMParams::kmax, 1.2f}, {&TMParams::clipLuma, 1000.0f},
+        {&TMParams::scaleStart, 1000.0f}, {&TMParams::ratio, 1.0f}};
+    for (const auto& [field, value] : floats) EXPECT_EQ(params_.*field, value) << value;
     EXPECT_EQ(params_.version, 0u);
-    EXPECT_EQ(params_.panel_min_luminance, 0.001f);
     EXPECT_EQ(params_.panel_max_luminance, 800);
-    EXPECT_EQ(params_.nominal_peak_luminance, 1500.0f);
     EXPECT_EQ(params_.panel_color_mode, SPACE_SRGB);
     EXPECT_EQ(params_.output_gamma_space, GAMMA_2P2);
-    EXPECT_EQ(params_.output_gamma_val, 2.2f);
-    EXPECT_EQ(params_.t0, 0.01f);
-    EXPECT_EQ(params_.sharp, 2.0f);
-    EXPECT_EQ(params_.slope, 1.0f);
-    EXPECT_EQ(params_.intl, 24.0f);
-    EXPECT_EQ(params_.inth, 275.0f);
-    EXPECT_EQ(params_.pivot, 1000.0f);
-    EXPECT_EQ(params_.LinearBoost, 1.0f);
-    EXPECT_EQ(params_.bright_enable, 0);
-    EXPECT_EQ(params_.tlower, 0.05f);
-    EXPECT_EQ(params_.tupper, 400.0f);
-    EXPECT_EQ(params_.sysGamma, 1.0f);
-    EXPECT_EQ(params_.sat_enable, 0);
-    EXPECT_EQ(params_.t1, 0.005f);
-    EXPECT_EQ(params_.t2, 0.05f);
-    EXPECT_EQ(params_.kmax, 1.2f);
-    EXPECT_EQ(params_.enableM, 1);
-    EXPECT_EQ(params_.linearScale, 0);
-    EXPECT_EQ(params_.fixedClip, 1);
-    EXPECT_EQ(params_.clipLuma, 1000.0f);
-    EXPECT_EQ(params_.fixedRatio, 1);
-    EXPECT_EQ(params_.scaleStart, 1000.0f);
-    EXPECT_EQ(params_.ratio, 1.0f);
+    EXPECT_EQ(params_.bright_enable | params_.sat_enable | params_.linearScale, 0);
+    EXPECT_EQ(params_.enableM & params_.fixedClip & params_.fixedRatio, 1);
     EXPECT_EQ(params_.pcc, nullptr);  // no panel_pcc: correction off for this tuning
     expectDefaultPoints(params_);
     // Fields the file does not set are left alone.
@@ -161,8 +147,9 @@ TEST_F(TuningLoader, GammaSpaceNamesAndCustomExponent) {
     EXPECT_EQ(params_.output_gamma_val, 1.8f);
 }
 
-TEST_F(TuningLoader, IntegersTruncateToTheFieldWidth) {
+TEST_F(TuningLoader, IntegersTruncateAndOnlyTheFirstElementCounts) {
     ASSERT_EQ(loadBody("<panel_max_luminance>70000</panel_max_luminance>"
+                       "<panel_max_luminance>900</panel_max_luminance>"
                        "<bright><enable>256</enable></bright>"
                        "<sat><enable>-1</enable></sat>"
                        "<upper><enableM>257</enableM><fixedClip>0</fixedClip></upper>"), 0);
@@ -244,12 +231,11 @@ TEST_F(TuningLoader, TooFewPointsMeanTheBuiltInCurve) {
 }
 
 TEST_F(TuningLoader, InputCodesAreClampedOutputCodesKept) {
-    std::string body = "<tone_map><points><x>-5</x><x>abc</x>";
-    for (int i = 2; i < 16; ++i) body += "<x>" + std::to_string(i * 60) + "</x>";
-    body += "<x>5000</x>";
-    body += "<y>-3</y>";
-    for (int i = 1; i < 16; ++i) body += "<y>" + std::to_string(i) + "</y>";
-    body += "<y>2000</y></points></tone_map>";
+    std::string body = points(17, 17);
+    body.replace(body.find("<x>0</x><x>10</x>"), 17, "<x>-5</x><x>abc</x>");
+    body.replace(body.find("<x>160</x>"), 10, "<x>5000</x>");
+    body.replace(body.find("<y>0</y>"), 8, "<y>-3</y>");
+    body.replace(body.find("<y>320</y>"), 10, "<y>2000</y>");
     ASSERT_EQ(loadBody(body), 0);
     EXPECT_EQ(params_.curve.points_x[0], 0.0f);
     EXPECT_EQ(params_.curve.points_x[1], 0.0f);  // not a number reads as 0
@@ -259,33 +245,21 @@ TEST_F(TuningLoader, InputCodesAreClampedOutputCodesKept) {
 }
 
 TEST_F(TuningLoader, BadFilesFailAndLeaveTheRecordUntouched) {
-    const char* bad[] = {
-        "",                                           // empty
-        "<hdr_lib><panel_max_luminance>600",           // truncated
-        "this is not XML",                             // not XML
-        "<hdr_config><panel_max_luminance>600</panel_max_luminance></hdr_config>",  // wrong root
-        "\xff\xfe<\x00h\x00",                          // binary noise
-    };
-    for (const char* xml : bad) {
-        EXPECT_EQ(load(xml), -1) << xml;
-        EXPECT_TRUE(untouched()) << xml;
-    }
-    std::string deep;
+    std::string deep = "<hdr_lib>";  // nesting too deep to parse
     for (int i = 0; i < 5000; ++i) deep += "<a>";
-    EXPECT_EQ(load("<hdr_lib>" + deep + "</hdr_lib>"), -1);  // nesting too deep to parse
-    EXPECT_TRUE(untouched());
+    // Empty, truncated, not XML, wrong root, binary noise, too deep.
+    for (const std::string& xml : {std::string(), std::string("<hdr_lib><panel_max_luminance>600"),
+                                   std::string("this is not XML"), std::string("<hdr_config/>"),
+                                   std::string("\xff\xfe<\x00h\x00"), deep}) {
+        EXPECT_EQ(load(xml), -1) << xml.substr(0, 40);
+        EXPECT_TRUE(untouched()) << xml.substr(0, 40);
+    }
 
     EXPECT_EQ(HDR_load_tone_mapping_xml("/nonexistent/hdr.xml", &params_), -1);
     EXPECT_EQ(HDR_load_tone_mapping_xml("/tmp", &params_), -1);  // a directory
     EXPECT_EQ(HDR_load_tone_mapping_xml(nullptr, &params_), -1);
     EXPECT_EQ(HDR_load_tone_mapping_xml(path_.c_str(), nullptr), -1);
     EXPECT_TRUE(untouched());
-}
-
-TEST_F(TuningLoader, OnlyTheFirstElementOfANameCounts) {
-    ASSERT_EQ(loadBody("<panel_max_luminance>700</panel_max_luminance>"
-                       "<panel_max_luminance>900</panel_max_luminance>"), 0);
-    EXPECT_EQ(params_.panel_max_luminance, 700);
 }
 
 TEST(TuningConversions, AsReturnsTheFallbackForANullElement) {
