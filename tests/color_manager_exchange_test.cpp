@@ -1,11 +1,10 @@
-// The colour-manager exchange and the LUT output formats: layer-LUT packing,
-// the checksum, the hardware payload, and the simulator's view of acquire,
-// PCC read, push and release.
+// Layer-LUT packing, the checksum, the hardware payload, and the colour
+// manager's acquire, PCC read, push and release as the simulator sees them.
 #include <gtest/gtest.h>
 #include <krel/color_manager_sim.h>
 
-#include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -36,17 +35,11 @@ TEST_F(Exchange, PackKeepsTopTwoBitsAndWrapsThroughTheMask) {
     lut[1] = 0x40000000u;
     set(1, 1023.9f, 1024.0f, 1500.0f);  // 1023; 1024 wraps to 0; 1500 wraps to 476
     set(2, -3.0f, NAN, 5e9f);           // 0; 0; saturated then masked to 1023
-    hdrtm::packLayerLut(planes_, lut.data(), 17, 0);
+    // Every entry of real LUTs is compared through the entry (playback_entry_test).
+    EXPECT_EQ(hdrtm::packLayerLut(planes_, lut.data(), 17, 0), hdrtm::lutChecksum(planes_, kCount, 0));
     EXPECT_EQ(lut[0], 0xC0000000u);
     EXPECT_EQ(lut[1], 0x40000000u | 1023u | (476u << 20));
     EXPECT_EQ(lut[2], 0xC0000000u | (1023u << 20));
-    std::fill(lut.begin(), lut.end(), 0xFFFFFFFFu);
-    for (unsigned k = 0; k < kCount; ++k) set(k, k % 1024 + 0.75f, (k * 7) % 1024, k / 5 % 1024);
-    const uint32_t sum = hdrtm::packLayerLut(planes_, lut.data(), 17, 0);
-    for (unsigned k = 0; k < kCount; ++k) {
-        ASSERT_EQ(lut[k], 0xC0000000u | (k % 1024) | ((k * 7) % 1024) << 10 | (k / 5 % 1024) << 20);
-    }
-    EXPECT_EQ(sum, hdrtm::lutChecksum(planes_, kCount, 0));
 }
 
 TEST_F(Exchange, ChecksumAddsBlueAsAFloatAndWraps) {
@@ -64,8 +57,6 @@ TEST_F(Exchange, PayloadCarriesTruncatedOutputsAndOptionalInputs) {
     hdrtm::HardwareLutRequest request;
     std::memset(record.get(), 0xFF, sizeof(*record));
     for (unsigned k = 0; k < kCount; ++k) set(k, k * 0.5f, -1.0f, 4095.99f);
-    // The request, header and index log lines of a uniform LUT are checked
-    // byte by byte through the entry (playback_entry_test).
     hdrtm::buildLutPayload(planes_, nullptr, false, record.get(), &request);
     EXPECT_EQ(record->uniform, 1u);
     for (unsigned k = 0; k < kCount; ++k) {
@@ -107,18 +98,12 @@ TEST_F(Exchange, ManagerLifeAsTheSimulatorSeesIt) {
 
     const auto calls = krel::sim::Calls();
     ASSERT_EQ(calls.size(), 3u);
-    EXPECT_EQ(calls[0].kind, Call::kAcquire);
-    EXPECT_EQ(calls[0].display, 0);
-    EXPECT_EQ(calls[0].panel_name, "generic_panel");
-    EXPECT_EQ(calls[1].kind, Call::kSet);
-    EXPECT_EQ(calls[1].feature, 105u);
-    EXPECT_EQ(calls[1].flags, 0u);
+    EXPECT_EQ(std::make_tuple(calls[0].kind, calls[0].display, calls[0].panel_name),
+              std::make_tuple(Call::kAcquire, 0, std::string("generic_panel")));
+    EXPECT_EQ(std::make_tuple(calls[1].kind, calls[1].feature, calls[1].flags),
+              std::make_tuple(Call::kSet, 105u, 0u));
     EXPECT_EQ(calls[2].kind, Call::kRelease);
-    const auto pushes = krel::sim::Pushes();
-    ASSERT_EQ(pushes.size(), 1u);
-    EXPECT_EQ(pushes[0].request_word0, 1u);
-    ASSERT_EQ(pushes[0].record.size(), sizeof(*record));
-    EXPECT_EQ(std::memcmp(pushes[0].record.data(), record.get(), sizeof(*record)), 0);
+    EXPECT_EQ(krel::sim::Pushes().size(), 1u);  // its bytes: playback_entry_test
     EXPECT_TRUE(log_.texts().empty());
 }
 
@@ -142,9 +127,8 @@ TEST_F(Exchange, VirtualPccFillsDoublesOneToThirtyThreeAndLogsInTermOrder) {
     EXPECT_EQ(lines[2].priority, ANDROID_LOG_ERROR);
     const auto calls = krel::sim::Calls();
     ASSERT_EQ(calls.size(), 2u);
-    EXPECT_EQ(calls[1].kind, Call::kGet);
-    EXPECT_EQ(calls[1].feature, 149u);
-    EXPECT_EQ(calls[1].flags, 0u);
+    EXPECT_EQ(std::make_tuple(calls[1].kind, calls[1].feature, calls[1].flags),
+              std::make_tuple(Call::kGet, 149u, 0u));
 }
 
 }  // namespace
