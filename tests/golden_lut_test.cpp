@@ -1,7 +1,6 @@
-// Whole LUTs pinned: for fixed tuning files and layer sets, the checksums the
-// entry logs and an FNV-1a 64 hash of every output byte (layer LUTs with
-// their descriptors and flags, the blend descriptor, the pushed hardware
-// records) must match tests/data/golden_luts.txt on every architecture.
+// Per tuning file and layer set, the logged checksums and an FNV-1a 64 hash of
+// every output byte (layer LUTs, descriptors and flags, the blend descriptor,
+// pushed records) match tests/data/golden_luts.txt on every architecture.
 // HDRTM_UPDATE_GOLDEN=1 rewrites the file from this build.
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
