@@ -120,7 +120,7 @@ TEST_F(TuningLoader, VersionIsTwoOnlyForExactly2Point0) {
     }
 }
 
-TEST_F(TuningLoader, ColorSpaceNamesAreExact) {
+TEST_F(TuningLoader, SpaceNamesAreExactAndTheGammaValueIsKept) {
     const std::pair<const char*, HDR_COLOR_SPACE> cases[] = {
         {"sRGB", SPACE_SRGB},  {"BT709", SPACE_BT709},   {"ADOBE", SPACE_ADOBE},
         {"DCIP3", SPACE_DCIP3}, {"BT2020", SPACE_BT2020}, {"dcip3", SPACE_SRGB},
@@ -129,14 +129,11 @@ TEST_F(TuningLoader, ColorSpaceNamesAreExact) {
         ASSERT_EQ(loadBody(std::string("<panel_color_mode>") + name + "</panel_color_mode>"), 0);
         EXPECT_EQ(params_.panel_color_mode, value) << name;
     }
-}
-
-TEST_F(TuningLoader, GammaSpaceNamesAndCustomExponent) {
-    const std::pair<const char*, OUTPUT_GAMMA_SPACE> cases[] = {
+    const std::pair<const char*, OUTPUT_GAMMA_SPACE> gammas[] = {
         {"linear", GAMMA_LINEAR}, {"BT709", GAMMA_BT709}, {"sRGB", GAMMA_SRGB},
         {"2p2", GAMMA_2P2},       {"2d2", GAMMA_2P2},     {"custom", GAMMA_CUSTOM},
         {"2.2", GAMMA_LINEAR},    {"Linear", GAMMA_LINEAR}};
-    for (const auto& [name, value] : cases) {
+    for (const auto& [name, value] : gammas) {
         ASSERT_EQ(loadBody(std::string("<output_gamma_space><space>") + name +
                            "</space><val>2.4</val></output_gamma_space>"), 0);
         EXPECT_EQ(params_.output_gamma_space, value) << name;
