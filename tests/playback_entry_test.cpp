@@ -357,6 +357,38 @@ TEST_F(Entry, LayersAboveFourAndMissingDescriptorsAreSkipped) {
     EXPECT_EQ(hdr_to_hdr_tm(), 0);
 }
 
+// PQ to the hardware, then HLG and two SDR layers on one working record whose
+// settings (gamut mode among them) carry from row to row; the inverse
+// checksums add up across layers.
+void hlgAfterPq(TMParams& p) {
+    hardwareSettings(p);
+    p.gamut_mode = 0, p.inverse_bt2020_luma = 1, p.grid_set = 1, p.out_bit_depth = 10;
+}
+
+TEST_F(Entry, SeveralLayersShareStateAndSumTheirChecksums) {
+    const Planes pq = expectedPlanes(1, lut3d_process, hardwareSettings);
+    const Planes hlg = expectedPlanes(1, inverse_lut3d_process, hlgAfterPq);
+    const Planes sdr = expectedPlanes(1, inverse_lut3d_process, [](TMParams& p) {
+        hlgAfterPq(p);
+        p.inverse_bt2020_luma = 0;
+    });
+    ASSERT_EQ(call(0, 1, {{16}, {18}, {1}, {3, 2}}), 1);
+
+    const uint32_t sum1 = hlg.checksum(0), sum2 = sdr.checksum(sum1), sum3 = sdr.checksum(sum2);
+    const Lines all = log();
+    EXPECT_EQ(Lines(all.begin() + 3 + 200, all.end()),
+              (Lines{withSum("E Line: 1785 Forward checksum is = %lld", pq.checksum(0)),
+                     "I SetActiveParam for 3D LUt returned = 0",
+                     withSum("E Line: 1988 Inverse Checksum = %lld", sum1),
+                     withSum("E Inverse checksum = %lld", sum2),
+                     withSum("E Inverse checksum = %lld", sum3), kEnd}));
+    expectLayer(0, nullptr);
+    expectLayer(1, &hlg);
+    expectLayer(2, &sdr);
+    expectLayer(3, &sdr);
+    expectPush(pq);
+}
+
 // ---- Colour-manager faults: logged, and the call goes on.
 
 // Without PCC coefficients the block stays zero; without a manager nothing is pushed.
