@@ -259,12 +259,4 @@ TEST_F(TuningLoader, BadFilesFailAndLeaveTheRecordUntouched) {
     EXPECT_TRUE(untouched());
 }
 
-TEST(TuningConversions, AsReturnsTheFallbackForANullElement) {
-    EXPECT_EQ(tinyxml2::as<int>(nullptr, 7), 7);
-    EXPECT_EQ(tinyxml2::as<float>(nullptr, 2.5f), 2.5f);
-    auto names = HDRXml::InitMap<HDR_COLOR_SPACE>("DCIP3", SPACE_DCIP3);
-    ASSERT_EQ(names.size(), 1u);
-    EXPECT_EQ(names.at("DCIP3"), SPACE_DCIP3);
-}
-
 }  // namespace
