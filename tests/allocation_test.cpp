@@ -1,11 +1,7 @@
-// Heap per entry call: every block the entry takes, through operator new or
-// the malloc family, is counted while the call runs. The peak must be the
-// 272-byte PCC block, the 58956-byte plane block and the largest stage
-// scratch (a core's three XYZ planes and its luminance plane); the OOTF's
-// one plane comes and goes before the core's. Nothing may outlive the call.
-// The host property stand-in builds a std::string of the key on every
-// lookup; that block is measured on its own and expected once per call.
-// Valgrind replaces the same functions, so memcheck leaves this binary out.
+// Heap per entry call, block by block (operator new and the malloc family):
+// the PCC block, the plane block and each stage's scratch, with nothing left
+// after the call. The host property stand-in's key string is measured on its
+// own. Valgrind replaces the same functions, so memcheck leaves this out.
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
@@ -16,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <numeric>
 #include <vector>
 
 #include "entry_caller.h"
@@ -55,8 +52,7 @@ struct Counter {
     const void* address[kSlots] = {};
     size_t size[kSlots] = {};
     std::vector<size_t>* sizes = nullptr;  // every block taken, in order
-    size_t live = 0;
-    size_t peak = 0;
+    size_t live = 0, peak = 0;
     size_t lost = 0;  // blocks the table had no room for
 
     void taken(const void* block, size_t bytes) {
@@ -102,7 +98,6 @@ void* countedMalloc(size_t size) {
     gCounter.taken(block, size);
     return block;
 }
-
 void countedFree(void* block) {
     gCounter.released(block);
     rawFree(block);
@@ -146,8 +141,7 @@ constexpr size_t kPeak = kPccBlock + kPlaneBlock + kCoreScratch + kPlane;
 
 struct Heap {
     std::vector<size_t> sizes;  // blocks taken, in order
-    size_t peak = 0;
-    size_t liveAfter = 0;
+    size_t peak = 0, liveAfter = 0;
 };
 
 template <typename Work>
@@ -155,8 +149,7 @@ Heap measure(Work work) {
     Heap heap;
     heap.sizes.reserve(256);
     gCounter.sizes = &heap.sizes;
-    gCounter.live = 0;
-    gCounter.peak = 0;
+    gCounter.live = gCounter.peak = 0;
     gCounter.on = true;
     work();
     gCounter.on = false;
@@ -203,52 +196,40 @@ protected:
     EntryCaller caller_;
 };
 
-// kBlendSpace* and kTransfer* are the interface's codes.
-TEST_F(AllocationPerCall, EachPipelineRowTakesTheBlocksAndTheCoreScratchOnly) {
+// kBlendSpace* and kTransfer* are the interface's codes; a repeated call
+// takes the same blocks again.
+TEST_F(AllocationPerCall, EachRowTakesTheTwoBlocksAndItsStagesScratchOnly) {
     const std::vector<size_t> core = {kCoreScratch, kPlane};
-    const std::vector<size_t> ootfThenCore = {kPlane, kCoreScratch, kPlane};
+    constexpr size_t kTwo = kPccBlock + kPlaneBlock;
     struct Row {
         const char* name;
         uint32_t blendSpace, transfer, contentClass;
         std::vector<size_t> scratch;
+        size_t peak;
     };
     const Row rows[] = {
-        {"PQ per layer", kBlendSpacePerLayer, kTransferPq, 0, core},
-        {"HLG under PQ blending", kBlendSpacePq, kTransferHlg, 0, {kPlane}},
-        {"HLG per layer", kBlendSpacePerLayer, kTransferHlg, 0, ootfThenCore},
-        {"SDR under PQ blending", kBlendSpacePq, kTransferBt709, kContentClassSdr, core},
+        {"PQ under PQ blending: no pipeline", kBlendSpacePq, kTransferPq, 0, {}, kTwo},
+        {"PQ per layer", kBlendSpacePerLayer, kTransferPq, 0, core, kPeak},
+        {"HLG under PQ blending", kBlendSpacePq, kTransferHlg, 0, {kPlane}, kTwo + kPlane},
+        {"HLG per layer", kBlendSpacePerLayer, kTransferHlg, 0, {kPlane, kCoreScratch, kPlane},
+         kPeak},
+        {"SDR under PQ blending", kBlendSpacePq, kTransferBt709, kContentClassSdr, core, kPeak},
         {"SDR under HLG blending", kBlendSpaceHlg, kTransferBt709, kContentClassSdr,
-         {kCoreScratch, kPlane, kPlane}},
+         {kCoreScratch, kPlane, kPlane}, kPeak},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const Heap heap = call(row.blendSpace, 0, row.transfer, row.contentClass);
         EXPECT_EQ(heap.sizes, expected(row.scratch));
-        const size_t largestScratch = *std::max_element(row.scratch.begin(), row.scratch.end());
-        EXPECT_EQ(heap.peak, largestScratch == kPlane && row.scratch.size() == 1
-                                 ? kPccBlock + kPlaneBlock + kPlane
-                                 : kPeak);
+        EXPECT_EQ(heap.peak, row.peak);
         EXPECT_EQ(heap.liveAfter, 0u);
+        EXPECT_EQ(call(row.blendSpace, 0, row.transfer, row.contentClass).sizes, heap.sizes);
     }
 }
 
-TEST_F(AllocationPerCall, RowWithoutPipelineTakesOnlyTheTwoBlocks) {
-    const Heap heap = call(kBlendSpacePq, 0, kTransferPq);
-    EXPECT_EQ(heap.sizes, expected({}));
-    EXPECT_EQ(heap.peak, kPccBlock + kPlaneBlock);
-    EXPECT_EQ(heap.liveAfter, 0u);
-}
-
-TEST_F(AllocationPerCall, RepeatedCallsTakeTheSameBlocks) {
-    const Heap first = call(kBlendSpacePerLayer, 0, kTransferHlg);
-    const Heap second = call(kBlendSpacePerLayer, 0, kTransferHlg);
-    EXPECT_EQ(second.sizes, first.sizes);
-    EXPECT_EQ(second.peak, first.peak);
-}
-
-// Hardware rows also run the colour manager (here the host simulator, which
-// keeps what it is sent): its blocks are measured by making the same
-// colour-manager calls alone, and are the only ones beyond the library's.
+// Hardware rows also run the colour manager (the host simulator, which keeps
+// what it is sent): its blocks, measured by making the same calls alone, are
+// the only ones beyond the library's.
 TEST_F(AllocationPerCall, HardwareRowsAddOnlyTheColourManagersBlocks) {
     krel::PPHWAttributes attributes;
     std::memset(attributes.panel_name, 0, sizeof(attributes.panel_name));
@@ -267,25 +248,23 @@ TEST_F(AllocationPerCall, HardwareRowsAddOnlyTheColourManagersBlocks) {
         cm->ColorIntfSetActiveColorParam(krel::sim::kFeature3dLut, 0, &request);
         krel::ColorManager::ReleaseColorManager(krel::kPrimary);
     });
-    size_t managerBytes = 0;
-    for (size_t bytes : manager.sizes) managerBytes += bytes;
+    const size_t managerBytes =
+        std::accumulate(manager.sizes.begin(), manager.sizes.end(), size_t{0});
 
     for (uint32_t transfer : {kTransferPq, kTransferHlg}) {
         SCOPED_TRACE(transfer);
         krel::sim::Reset();
-        const uint32_t blendSpace = transfer == kTransferPq ? kBlendSpacePq : kBlendSpaceHlg;
-        const Heap heap = call(blendSpace, 1, transfer);
-        // The simulator's vectors keep their capacity across resets, so a
-        // row may take fewer of its blocks than the dry run did.
+        const Heap heap =
+            call(transfer == kTransferPq ? kBlendSpacePq : kBlendSpaceHlg, 1, transfer);
+        // The simulator's vectors keep their capacity across resets: a row
+        // may take fewer of its blocks than the dry run did.
         std::vector<size_t> library = heap.sizes;
         for (size_t bytes : manager.sizes) {
             auto found = std::find(library.begin(), library.end(), bytes);
             if (found != library.end()) library.erase(found);
         }
-        const std::vector<size_t> scratch =
-            transfer == kTransferPq ? std::vector<size_t>{kCoreScratch, kPlane}
-                                    : std::vector<size_t>{kPlane, kCoreScratch, kPlane};
-        EXPECT_EQ(library, expected(scratch));
+        EXPECT_EQ(library, transfer == kTransferPq ? expected({kCoreScratch, kPlane})
+                                                   : expected({kPlane, kCoreScratch, kPlane}));
         EXPECT_LE(heap.peak, kPeak + managerBytes);
         EXPECT_LE(heap.liveAfter, managerBytes);  // what the simulator keeps
     }
