@@ -1,8 +1,6 @@
-// Soak: the playback entry called a hundred thousand times over every row of
-// the per-layer decision table, every colour-manager fault and every tuning
-// source. The heap in use must stay flat: a block lost on any path, even one
-// call in a few hundred, shows as growth. Runs once in CI (label "soak"),
-// outside the sanitizer, Valgrind and emulator runs.
+// Soak: the entry called a hundred thousand times over every decision row,
+// colour-manager fault and tuning source; a block lost on any path shows as
+// heap growth. Runs once in CI (label "soak"), natively.
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <fcntl.h>
@@ -13,6 +11,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -23,9 +22,8 @@
 namespace {
 
 constexpr long kDefaultCalls = 100000;
-// Heap growth allowed between the end of the warm-up and the last call. A
-// per-call leak of the smallest per-call block (272 bytes) on a single case
-// would add over 100 KiB.
+// Growth allowed after the warm-up; leaking the smallest per-call block
+// (272 bytes) on one case would add over 100 KiB.
 constexpr size_t kHeapSlackBytes = 16 * 1024;
 
 struct Case {
@@ -62,26 +60,13 @@ const std::vector<Case> kCases = {
 };
 
 enum Fault { kNoFault, kAcquireFails, kPccReadFails, kPushFails, kFaultCount };
-enum Tuning { kNoProperty, kTuningFile, kMissingFile, kTuningCount };
-
-void setFault(Fault fault) {
-    krel::sim::FailAcquire(fault == kAcquireFails);
-    krel::sim::FailPccRead(fault == kPccReadFails ? -5 : 0);
-    krel::sim::FailPush(fault == kPushFails ? -7 : 0);
-}
-
-long callsToMake() {
-    const char* calls = std::getenv("HDRTM_SOAK_CALLS");
-    return calls != nullptr ? std::atol(calls) : kDefaultCalls;
-}
 
 size_t heapInUse() { return mallinfo2().uordblks; }
 
-// Log lines and the refusal's text on standard output go nowhere while the
-// soak runs.
-class Quiet {
-public:
-    Quiet() : stdout_(dup(STDOUT_FILENO)) {
+// Log lines and the refusal's text on standard output go nowhere meanwhile.
+struct Quiet {
+    const int saved = dup(STDOUT_FILENO);
+    Quiet() {
         std::fflush(stdout);
         const int null = open("/dev/null", O_WRONLY);
         dup2(null, STDOUT_FILENO);
@@ -90,20 +75,20 @@ public:
     }
     ~Quiet() {
         std::fflush(stdout);
-        dup2(stdout_, STDOUT_FILENO);
-        close(stdout_);
+        dup2(saved, STDOUT_FILENO);
+        close(saved);
         __android_log_set_logger(__android_log_stderr_logger);
     }
-
-private:
-    int stdout_;
 };
 
 TEST(Soak, HeapStaysFlatOverEveryRowFaultAndTuning) {
     const std::string tuning = dataTuningPath("tuning_v2_p3.xml");
-    const std::string missing = "/nonexistent/hdr_tuning.xml";
-    const long calls = callsToMake();
-    const long cycle = static_cast<long>(kCases.size()) * kFaultCount * kTuningCount;
+    // No property, the tuning file, a file that is not there.
+    const char* const sources[] = {"", tuning.c_str(), "/nonexistent/hdr_tuning.xml"};
+    const long tuningCount = std::size(sources);
+    const char* callsEnv = std::getenv("HDRTM_SOAK_CALLS");
+    const long calls = callsEnv != nullptr ? std::atol(callsEnv) : kDefaultCalls;
+    const long cycle = static_cast<long>(kCases.size()) * kFaultCount * tuningCount;
     ASSERT_GE(calls, 2 * cycle);
 
     Quiet quiet;
@@ -112,15 +97,13 @@ TEST(Soak, HeapStaysFlatOverEveryRowFaultAndTuning) {
     for (long n = 0; n < calls; ++n) {
         const Case& c = kCases[n % kCases.size()];
         const auto fault = static_cast<Fault>(n / kCases.size() % kFaultCount);
-        const auto source = static_cast<Tuning>(n / (kCases.size() * kFaultCount) % kTuningCount);
-        // The panel's record of calls and pushes is cleared between calls;
-        // after a refusal the library still holds the manager, and the next
-        // completed call hands it back.
+        // After a refusal the library still holds the manager until the next
+        // completed call, so the panel's record is cleared only when free.
         if (!krel::sim::Held()) krel::sim::Reset();
-        setFault(fault);
-        property_set(kTuningProperty, source == kTuningFile    ? tuning.c_str()
-                                      : source == kMissingFile ? missing.c_str()
-                                                               : "");
+        krel::sim::FailAcquire(fault == kAcquireFails);
+        krel::sim::FailPccRead(fault == kPccReadFails ? -5 : 0);
+        krel::sim::FailPush(fault == kPushFails ? -7 : 0);
+        property_set(kTuningProperty, sources[n / (kCases.size() * kFaultCount) % tuningCount]);
         ASSERT_EQ(caller.call(c.blendSpace, c.hwEnable, c.layers), c.result) << "call " << n;
         if (n == cycle - 1) warmedUp = heapInUse();
     }
