@@ -1,8 +1,6 @@
-// Calls from several threads. The entry serialises its calls, so callers on
-// different threads, even several racing the process's first call (the one
-// that loads the tuning file), get exactly the LUTs one caller gets alone and
-// the tuning file is read once. Each case runs in a fresh child process, as
-// the tuning is loaded once per process. Run under ThreadSanitizer in CI.
+// Threads racing the process's first call (the one that loads the tuning, in
+// a fresh child process) get exactly the LUTs one caller gets alone, and the
+// tuning file is read once. Run under ThreadSanitizer in CI.
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
 #include <krel/color_manager_sim.h>
@@ -39,12 +37,6 @@ const std::vector<Work> kWork = {
     {2, 1, {{3, kContentClassSdr, 1}, {kTransferHlg}}},
 };
 
-size_t linesStartingWith(const LogCapture& log, const std::string& prefix) {
-    const auto texts = log.texts();
-    return std::count_if(texts.begin(), texts.end(),
-                         [&](const std::string& t) { return t.rfind(prefix, 0) == 0; });
-}
-
 TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
     const std::string tuning = dataTuningPath("tuning_v2_p3.xml");
     inFreshProcess([&] {
@@ -53,22 +45,23 @@ TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
         LogCapture log;
 
         std::vector<std::unique_ptr<EntryCaller>> callers;
-        for (int t = 0; t < kThreads; ++t) callers.push_back(std::make_unique<EntryCaller>());
         std::vector<int> completed(kThreads, 0);
         std::vector<std::thread> threads;
         for (int t = 0; t < kThreads; ++t) {
-            threads.emplace_back([&, t] {
+            callers.push_back(std::make_unique<EntryCaller>());
+            threads.emplace_back([&, t, caller = callers[t].get()] {
                 const Work& w = kWork[t];
                 for (int n = 0; n < kCallsPerThread; ++n) {
-                    completed[t] += callers[t]->call(w.blendSpace, w.hwEnable, w.layers);
+                    completed[t] += caller->call(w.blendSpace, w.hwEnable, w.layers);
                 }
             });
         }
         for (std::thread& thread : threads) thread.join();
-        EXPECT_EQ(linesStartingWith(log, kLoadLogPrefix), 1u);
+        int loads = 0;
+        for (const std::string& t : log.texts()) loads += t.rfind(kLoadLogPrefix, 0) == 0;
+        EXPECT_EQ(loads, 1);
         EXPECT_FALSE(krel::sim::Held());
-        // Every hardware call acquired, read, pushed and released the manager
-        // with no other call's step in between.
+        // Each hardware call's acquire, read, push and release run unbroken.
         using krel::sim::Call;
         const auto calls = krel::sim::Calls();
         ASSERT_EQ(calls.size(), 4u * 2 * kCallsPerThread);  // two threads ask for the hardware
