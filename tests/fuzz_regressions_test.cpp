@@ -1,8 +1,7 @@
-// Replays every seed of the fuzz corpora and every input that once made a
-// fuzzer fail through the fuzzers' own harnesses, built here without
-// libFuzzer, so the plain, sanitizer, Valgrind and Arm runs of the suite check
-// them all. A harness aborts on a broken property and names it. Also: calls
-// of the entry that lack one of their records.
+// Every fuzz seed and every input that once made a fuzzer fail, replayed
+// through the fuzzers' own harnesses (built without libFuzzer) in every run of
+// the suite; a harness aborts naming the broken property. Also: entry calls
+// that lack one of their records.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -37,11 +36,6 @@ std::vector<fs::path> inputsOf(const std::string& target) {
     return files;
 }
 
-std::vector<uint8_t> bytesOf(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 class FuzzReplay : public ::testing::TestWithParam<Target> {};
 
 TEST_P(FuzzReplay, EverySeedAndPastFailureRunsClean) {
@@ -50,7 +44,8 @@ TEST_P(FuzzReplay, EverySeedAndPastFailureRunsClean) {
     ASSERT_FALSE(files.empty());
     for (const fs::path& file : files) {
         SCOPED_TRACE(file.string());
-        const std::vector<uint8_t> input = bytesOf(file);
+        std::ifstream in(file, std::ios::binary);
+        const std::vector<uint8_t> input{std::istreambuf_iterator<char>(in), {}};
         EXPECT_EQ(GetParam().harness(input.data(), input.size()), 0);
     }
 }
@@ -75,7 +70,6 @@ TEST(MissingRecords, CallIsRefusedAndNothingIsWritten) {
     luts.layer_lut_applied = applied;
     luts.blend_lut = &blend;
     layer.enabled = blend.enabled = 0x77;
-
     EXPECT_EQ(HDR_playback_strategies(nullptr, &luts), 0);
     EXPECT_EQ(HDR_playback_strategies(&info, nullptr), 0);
     info.layers = nullptr;
