@@ -106,27 +106,21 @@ CubeTable identityTable(const std::array<uint32_t, kLutSize>& grid) {
     Lut3d lut;
     lut.grid = grid;
     lut.bitDepth = 10;
-    for (int b = 0; b < kLutSize; ++b) {
-        for (int g = 0; g < kLutSize; ++g) {
-            for (int r = 0; r < kLutSize; ++r) lut.codes[(b * kLutSize + g) * kLutSize + r] = {grid[r], grid[g], grid[b]};
-        }
+    for (int i = 0; i < kLutEntries; ++i) {
+        lut.codes[i] = {grid[i % kLutSize], grid[i / kLutSize % kLutSize], grid[i / (kLutSize * kLutSize)]};
     }
     return toCubeTable(lut);
 }
 
-TEST(Preview, LookUpReproducesAnIdentityOnEitherGrid) {
+TEST(Preview, LookUpReproducesAnIdentityOnEitherGridAndKeepsGreysOnTheAxis) {
     for (const auto& grid : {kUniformGrid, kNonUniformGrid}) {
         const CubeTable t = identityTable(grid);
-        for (const std::array<float, 3> rgb : {std::array<float, 3>{0.1f, 0.7f, 0.33f},
-                                                std::array<float, 3>{0.95f, 0.2f, 0.6f},
-                                                std::array<float, 3>{1.0f, 0.0f, 0.5f}}) {
+        using Rgb = std::array<float, 3>;
+        for (const Rgb& rgb : {Rgb{0.1f, 0.7f, 0.33f}, Rgb{0.95f, 0.2f, 0.6f}, Rgb{1.0f, 0.0f, 0.5f}}) {
             const auto out = lookUp(t, rgb);
             for (int c = 0; c < 3; ++c) EXPECT_NEAR(out[c], rgb[c], 1e-6);
         }
     }
-}
-
-TEST(Preview, LookUpKeepsGreysOnTheGreyAxis) {
     CubeTable t = identityTable(kUniformGrid);
     for (auto& v : t.values) {
         if (v[0] != v[1] || v[1] != v[2]) v = {1.0f, 0.0f, 0.0f};  // wild colours off the axis
@@ -145,42 +139,36 @@ TEST(Preview, RendersBothSidesAndTheBandsIntoOneImage) {
     EXPECT_EQ(image.pixels.size(), static_cast<size_t>(image.width) * image.height * 3);
 }
 
-class CurvePlot : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::memset(&params_, 0, sizeof(params_));
-        set_default_vals(&params_);
-    }
-    TMParams params_;
-};
+TMParams defaultParams() {
+    TMParams params;
+    std::memset(&params, 0, sizeof(params));
+    set_default_vals(&params);
+    return params;
+}
 
-TEST_F(CurvePlot, DefaultCurveRisesFromBlackToPeak) {
-    const CurvePlotData data = sampleToneCurve(params_, "t");
+TEST(CurvePlot, DefaultCurveRisesFromBlackToPeakAndTableFormAddsItsControlPoints) {
+    const CurvePlotData data = sampleToneCurve(defaultParams(), "t");
     ASSERT_EQ(data.curves.size(), 1u);  // defaults use the parametric form only
     const auto& pts = data.curves[0].points;
     for (size_t i = 1; i < pts.size(); ++i) ASSERT_GE(pts[i].second, pts[i - 1].second);
     EXPECT_NEAR(pts.front().second, 0.02, 5e-3);  // the toe starts at the panel black
     EXPECT_NEAR(pts.back().second, 500.0, 1e-2);
+
+    TMParams tableForm = defaultParams();
+    tableForm.version = 1;
+    const CurvePlotData table = sampleToneCurve(tableForm, "t");
+    EXPECT_EQ(table.curves.size(), 2u);
+    ASSERT_EQ(table.controlPoints.size(), 17u);
+    EXPECT_NEAR(table.controlPoints[16].second, 500.0, 1e-2);  // code 1023 is the panel peak
 }
 
-TEST_F(CurvePlot, TableFormAddsItsControlPoints) {
-    params_.version = 1;
-    const CurvePlotData data = sampleToneCurve(params_, "t");
-    EXPECT_EQ(data.curves.size(), 2u);
-    ASSERT_EQ(data.controlPoints.size(), 17u);
-    EXPECT_NEAR(data.controlPoints[16].second, 500.0, 1e-2);  // code 1023 is the panel peak
-}
-
-TEST_F(CurvePlot, WritesSvgAndPngAndRefusesOtherNames) {
-    const fs::path dir = fs::temp_directory_path() / "hdrtm_curve_plot";
-    fs::create_directories(dir);
-    const CurvePlotData data = sampleToneCurve(params_, "t");
-    writeCurvePlot(data, (dir / "c.svg").string());
-    writeCurvePlot(data, (dir / "c.png").string());
-    EXPECT_EQ(readAll(dir / "c.svg").rfind("<svg", 0), 0u);
-    EXPECT_EQ(readAll(dir / "c.png").substr(1, 3), "PNG");
-    EXPECT_THROW(writeCurvePlot(data, (dir / "c.txt").string()), std::runtime_error);
-    fs::remove_all(dir);
+TEST_F(LutFiles, CurvePlotIsWrittenAsSvgOrPngAndOtherNamesAreRefused) {
+    const CurvePlotData data = sampleToneCurve(defaultParams(), "t");
+    writeCurvePlot(data, (dir_ / "c.svg").string());
+    writeCurvePlot(data, (dir_ / "c.png").string());
+    EXPECT_EQ(readAll(dir_ / "c.svg").rfind("<svg", 0), 0u);
+    EXPECT_EQ(readAll(dir_ / "c.png").substr(1, 3), "PNG");
+    EXPECT_THROW(writeCurvePlot(data, (dir_ / "c.txt").string()), std::runtime_error);
 }
 
 }  // namespace
