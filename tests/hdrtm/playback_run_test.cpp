@@ -1,6 +1,6 @@
 // Running the entry as a display service does: the tool's reading of the
-// decision table agrees with what the library produced, and its .cube files
-// read back through OpenColorIO as the LUT the library wrote.
+// decision table agrees with the library, and its .cube files read back
+// through OpenColorIO as the LUT the library wrote.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -19,10 +19,9 @@ using namespace hdrtm::tool;
 
 Configuration single(const char* layer, uint32_t blend, bool hw) {
     Configuration c;
-    LayerConfig parsed;
+    c.layers.resize(1);
     std::string error;
-    EXPECT_TRUE(parseLayerConfig(layer, &parsed, &error)) << error;
-    c.layers = {parsed};
+    EXPECT_TRUE(parseLayerConfig(layer, &c.layers[0], &error)) << error;
     c.blendSpace = blend;
     c.hardware = hw;
     return c;
@@ -76,10 +75,9 @@ TEST(PlaybackRun, HardwareLutComesFromThePushAndCarriesItsChecksum) {
     EXPECT_TRUE(lut.hasChecksum);
     EXPECT_EQ(lut.lut.codes[0], (std::array<uint32_t, 3>{0, 0, 0}));  // black stays black
     EXPECT_GT(r.msPerCall, 0.0);
-    for (int i = 1; i < kLutSize; ++i) {  // the grey axis rises
-        const int k = (i * kLutSize + i) * kLutSize + i;
-        const int prev = ((i - 1) * kLutSize + (i - 1)) * kLutSize + (i - 1);
-        EXPECT_GE(lut.lut.codes[k][1], lut.lut.codes[prev][1]);
+    constexpr int kGreyStep = kLutSize * kLutSize + kLutSize + 1;  // (i, i, i) to (i+1, i+1, i+1)
+    for (int k = kGreyStep; k < kLutEntries; k += kGreyStep) {  // the grey axis rises
+        EXPECT_GE(lut.lut.codes[k][1], lut.lut.codes[k - kGreyStep][1]);
     }
 }
 
