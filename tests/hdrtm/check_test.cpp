@@ -87,9 +87,8 @@ TEST(Checker, FindsNothingInACompleteValidFile) {
     EXPECT_TRUE(result.versionTwo);
 }
 
-// The checker reads files on its own; its claims about what the loader stores
-// are held against the library's loader. (Exit statuses and the diagnostic
-// format are checked by running the tool: hdrtm_cli.check_*.)
+// The checker's claims about what the loader stores, held against the loader.
+// (Exit statuses and the output format: hdrtm_cli.check_*.)
 TEST(Checker, ClaimsAgreeWithTheLoader) {
     PccCoefficients pcc;
     std::memset(&pcc, 0x5A, sizeof(pcc));
@@ -103,9 +102,8 @@ TEST(Checker, ClaimsAgreeWithTheLoader) {
     const TMParams truncated = load("truncated.xml");
     EXPECT_EQ(truncated.panel_max_luminance, 4464);
     EXPECT_EQ(truncated.bright_enable, 0);
-    const TMParams names = load("unknown_name.xml");
-    EXPECT_EQ(names.panel_color_mode, SPACE_SRGB);
-    EXPECT_EQ(names.output_gamma_space, GAMMA_LINEAR);
+    EXPECT_EQ(load("unknown_name.xml").panel_color_mode, SPACE_SRGB);
+    EXPECT_EQ(load("unknown_name.xml").output_gamma_space, GAMMA_LINEAR);
     EXPECT_EQ(load("lenient_number.xml").panel_max_luminance, 600);
     const TMParams fallbacks = load("not_a_number.xml");
     EXPECT_EQ(fallbacks.panel_min_luminance, 0.001f);
