@@ -160,12 +160,10 @@ Heap measure(Work work) {
     return heap;
 }
 
-void discardLine(const struct __android_logger_data*, const char*) {}
-
 class AllocationPerCall : public ::testing::Test {
 protected:
     void SetUp() override {
-        __android_log_set_logger(discardLine);
+        __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
         krel::sim::Reset();
         char value[PROPERTY_VALUE_MAX];
         propertyBlocks_ =
@@ -181,8 +179,7 @@ protected:
     // the planes, then the scratch of each stage that takes any.
     std::vector<size_t> expected(std::vector<size_t> scratch) const {
         std::vector<size_t> blocks = propertyBlocks_;
-        blocks.push_back(kPccBlock);
-        blocks.push_back(kPlaneBlock);
+        blocks.insert(blocks.end(), {kPccBlock, kPlaneBlock});
         blocks.insert(blocks.end(), scratch.begin(), scratch.end());
         return blocks;
     }
