@@ -24,6 +24,18 @@ constexpr const char* kLogTag = "LIBHDR_TM";
 #define HDRTM_INDEPENDENT_POINTS
 #endif
 
+// Put before a function whose plane loops vectorise: on x86-64 it is built
+// also for AVX2 and AVX-512 and the widest the processor runs is chosen at
+// load. Vector arithmetic rounds each element exactly as scalar arithmetic
+// does and multiply-adds stay unfused, so every variant gives the same bits.
+// Other targets (arm64 has NEON throughout) build it once.
+#if defined(__x86_64__) && defined(__linux__) && !defined(HDRTM_NO_FUNCTION_CLONES)
+#define HDRTM_VECTOR_CLONES \
+    __attribute__((target_clones("default", "arch=x86-64-v3", "arch=x86-64-v4")))
+#else
+#define HDRTM_VECTOR_CLONES
+#endif
+
 constexpr int kPlaneCount = 3;
 // Relative linear light 1.0 stands for this many nits (the PQ peak).
 constexpr float kNitsPerUnit = 10000.0f;

@@ -165,20 +165,9 @@ float hlgEncodeTimes12(float sceneTimes12) {
 }
 
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
-    // Block by block: the scaling vectorised, then the square-root branch,
-    // then the logarithms in a loop of their own. Each sample takes the same
-    // branch, with the same call, as hlgEncodeTimes12.
-    float scaled[kHlgEncodeBlock];
-    for (unsigned int start = 0; start < count; start += kHlgEncodeBlock) {
-        float* const p = samples + start;
-        const unsigned int n = std::min(count - start, kHlgEncodeBlock);
-        for (unsigned int j = 0; j < n; ++j) scaled[j] = p[j] * scale;
-        for (unsigned int j = 0; j < n; ++j) {
-            if (scaled[j] <= kHlgKneeTimes12) p[j] = hlgRootBranch(scaled[j]);
-        }
-        for (unsigned int j = 0; j < n; ++j) {
-            if (!(scaled[j] <= kHlgKneeTimes12)) p[j] = hlgLogBranch(scaled[j]);
-        }
+    for (unsigned int i = 0; i < count; ++i) {
+        const float s = samples[i] * scale;
+        samples[i] = s <= kHlgKneeTimes12 ? hlgRootBranch(s) : hlgLogBranch(s);
     }
 }
 
@@ -193,7 +182,7 @@ void st2084_inverse_tf(float** planes, unsigned int count, unsigned int planeCou
                        outScale);
 }
 
-void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScale,
+HDRTM_VECTOR_CLONES void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScale,
                        unsigned short outScale) {
     // No guard for inScale 0: every sample then becomes the PQ value of 1.0,
     // or NaN for a zero sample.
@@ -288,7 +277,7 @@ float Clipping(float value, float lower, float upper) {
 }
 
 // The two 16-bit arguments of the OOTF pair are part of the signature only.
-void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigned short,
+HDRTM_VECTOR_CLONES void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigned short,
                      float peak) {
     if (count < 1) return;
     float* r = planes[0];
@@ -310,7 +299,7 @@ void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigne
     }
 }
 
-void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigned short,
+HDRTM_VECTOR_CLONES void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigned short,
                      float peak) {
     if (count < 1) return;
     float* r = planes[0];
