@@ -71,7 +71,7 @@ void readVirtualPcc(PccCoefficients* block) {
     }
 }
 
-uint32_t lutChecksum(float* const* planes, unsigned int count, uint32_t sum) {
+HDRTM_VECTOR_CLONES uint32_t lutChecksum(float* const* planes, unsigned int count, uint32_t sum) {
     const float* r = planes[0];
     const float* g = planes[1];
     const float* b = planes[2];
@@ -79,7 +79,7 @@ uint32_t lutChecksum(float* const* planes, unsigned int count, uint32_t sum) {
     return sum;
 }
 
-uint32_t packLayerLut(float* const* planes, uint32_t* entries, unsigned int n, uint32_t sum) {
+HDRTM_VECTOR_CLONES uint32_t packLayerLut(float* const* planes, uint32_t* entries, unsigned int n, uint32_t sum) {
     const unsigned int count = n * n * n;
     if (entries == nullptr) return lutChecksum(planes, count, sum);
     const float* r = planes[0];
@@ -97,7 +97,7 @@ uint32_t packLayerLut(float* const* planes, uint32_t* entries, unsigned int n, u
     return sum;
 }
 
-void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEntries,
+HDRTM_VECTOR_CLONES void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEntries,
                      HardwareLutRecord* record, HardwareLutRequest* request) {
     // Everything before the entries is zeroed here; every field of every
     // entry is written below.
@@ -112,14 +112,10 @@ void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEn
     const float* r = planes[0];
     const float* g = planes[1];
     const float* b = planes[2];
+    // Whole entries, inputs zero, so that the stores combine.
+    HardwareLutEntry* const entries = record->entries;
     for (unsigned int k = 0; k < static_cast<unsigned int>(kLutPoints); ++k) {
-        HardwareLutEntry& e = record->entries[k];
-        e.in_r = 0;
-        e.in_g = 0;
-        e.in_b = 0;
-        e.out_r = floatToUint32(r[k]);
-        e.out_g = floatToUint32(g[k]);
-        e.out_b = floatToUint32(b[k]);
+        entries[k] = {0, 0, 0, floatToUint32(r[k]), floatToUint32(g[k]), floatToUint32(b[k])};
     }
     if (logEntries) {
         for (unsigned int k = 0; k < kLoggedLutEntries; ++k) {
