@@ -4,9 +4,9 @@
 //
 // The bench binary defines those four functions itself (maths_trace.cpp), so
 // every call from the library lands there and is forwarded to the maths
-// library; while a recording runs, the arguments are kept as well. A sqrtf
-// that the compiler turns into an instruction (any non-negative argument)
-// never reaches the library and is not recorded; it costs a few cycles.
+// library; while a recording runs, the arguments are kept as well. The
+// library is built without errno, so its sqrtf is the processor's
+// instruction: it never reaches the maths library and is not recorded.
 #pragma once
 
 #include <cstddef>
