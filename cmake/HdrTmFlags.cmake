@@ -27,7 +27,9 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   add_compile_options(-Wno-pass-failed)
 endif()
 # Without the clones every x86-64 processor runs the SSE2 baseline build.
-if(NOT HDRTM_FUNCTION_CLONES)
+# Sanitizer builds go without: their runtimes are not ready when the clones'
+# load-time selectors run (ThreadSanitizer crashes there).
+if(NOT HDRTM_FUNCTION_CLONES OR HDRTM_SANITIZE OR HDRTM_BUILD_FUZZERS)
   add_compile_definitions(HDRTM_NO_FUNCTION_CLONES)
 endif()
 if(HDRTM_WERROR)
