@@ -34,8 +34,6 @@ constexpr float kHlgC = 0.55991073f;
 constexpr float kHlgKneeTimes12 = 1.0f;
 // Square-root branch: sqrt(12 L) / 2 = sqrt(3 L).
 constexpr float kHlgRootScale = 0.5f;
-// Samples hlgEncodeScaledSamples takes at a time (a stack block).
-constexpr unsigned int kHlgEncodeBlock = 256;
 
 // BT.709 OETF: linear segment up to and including 0.018, slope 4.5.
 constexpr float kBt709LinearLimit = 0.018f;
