@@ -28,8 +28,10 @@ constexpr const char* kLogTag = "LIBHDR_TM";
 // also for AVX2 and AVX-512 and the widest the processor runs is chosen at
 // load. Vector arithmetic rounds each element exactly as scalar arithmetic
 // does and multiply-adds stay unfused, so every variant gives the same bits.
-// Other targets (arm64 has NEON throughout) build it once.
-#if defined(__x86_64__) && defined(__linux__) && !defined(HDRTM_NO_FUNCTION_CLONES)
+// Other targets (arm64 has NEON throughout) build it once, and so does clang,
+// which wants the attribute on a function's first declaration.
+#if defined(__x86_64__) && defined(__linux__) && defined(__GNUC__) && !defined(__clang__) && \
+    !defined(HDRTM_NO_FUNCTION_CLONES)
 #define HDRTM_VECTOR_CLONES \
     __attribute__((target_clones("default", "arch=x86-64-v3", "arch=x86-64-v4")))
 #else
