@@ -99,7 +99,8 @@ unsigned int gridPointCount(const TMParams* params) {
 
 }  // namespace
 
-HDRTM_VECTOR_CLONES void applyMatrix(const Matrix3& m, float* const* in, float* const* out, unsigned int count) {
+HDRTM_VECTOR_CLONES
+void applyMatrix(const Matrix3& m, float* const* in, float* const* out, unsigned int count) {
     const MatrixLocals k = loadMatrix(m);
     float* const in0 = in[0];
     float* const in1 = in[1];
@@ -118,7 +119,8 @@ HDRTM_VECTOR_CLONES void applyMatrix(const Matrix3& m, float* const* in, float* 
     }
 }
 
-HDRTM_VECTOR_CLONES void replaceLuminanceToBt2020(const float* lumaBefore, const float* lumaAfter, float* const* xyz,
+HDRTM_VECTOR_CLONES
+void replaceLuminanceToBt2020(const float* lumaBefore, const float* lumaAfter, float* const* xyz,
                               float* const* rgb, unsigned int count) {
     const MatrixLocals k = loadMatrix(kXyzToRgb[kPrimariesBt2020]);
     const float* const planeX = xyz[0];
@@ -274,7 +276,8 @@ void rgb2rgb_gmap(TMParams* params, float** planes) {
     applyMatrix(kXyzToRgb[target], planes, planes, count);
 }
 
-HDRTM_VECTOR_CLONES void panel_mapping_PCC(TMParams* params, float** planes) {
+HDRTM_VECTOR_CLONES
+void panel_mapping_PCC(TMParams* params, float** planes) {
     using namespace hdrtm;
     const unsigned int count = gridPointCount(params);
     if (count == 0) return;

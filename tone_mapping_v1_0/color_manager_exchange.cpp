@@ -71,7 +71,8 @@ void readVirtualPcc(PccCoefficients* block) {
     }
 }
 
-HDRTM_VECTOR_CLONES uint32_t lutChecksum(float* const* planes, unsigned int count, uint32_t sum) {
+HDRTM_VECTOR_CLONES
+uint32_t lutChecksum(float* const* planes, unsigned int count, uint32_t sum) {
     const float* r = planes[0];
     const float* g = planes[1];
     const float* b = planes[2];
@@ -79,7 +80,8 @@ HDRTM_VECTOR_CLONES uint32_t lutChecksum(float* const* planes, unsigned int coun
     return sum;
 }
 
-HDRTM_VECTOR_CLONES uint32_t packLayerLut(float* const* planes, uint32_t* entries, unsigned int n, uint32_t sum) {
+HDRTM_VECTOR_CLONES
+uint32_t packLayerLut(float* const* planes, uint32_t* entries, unsigned int n, uint32_t sum) {
     const unsigned int count = n * n * n;
     if (entries == nullptr) return lutChecksum(planes, count, sum);
     const float* r = planes[0];
@@ -97,7 +99,8 @@ HDRTM_VECTOR_CLONES uint32_t packLayerLut(float* const* planes, uint32_t* entrie
     return sum;
 }
 
-HDRTM_VECTOR_CLONES void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEntries,
+HDRTM_VECTOR_CLONES
+void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEntries,
                      HardwareLutRecord* record, HardwareLutRequest* request) {
     // Everything before the entries is zeroed here; every field of every
     // entry is written below.

@@ -97,7 +97,8 @@ void applyFixedGamutMatrix(float** planes, unsigned int count, uint32_t panelCol
     if (matrix != nullptr) applyMatrix(*matrix, planes, planes, count);
 }
 
-HDRTM_VECTOR_CLONES void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGammaSpace,
+HDRTM_VECTOR_CLONES
+void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGammaSpace,
                           float outputGammaVal) {
     switch (outputGammaSpace) {
         case GAMMA_2P2:
@@ -127,7 +128,8 @@ float fullScaleOutputCode(uint32_t outBitDepth) {
     return static_cast<float>((1u << (outBitDepth % 32u)) - 1u);
 }
 
-HDRTM_VECTOR_CLONES void scaleToOutputCodes(float** planes, unsigned int count, uint32_t outBitDepth) {
+HDRTM_VECTOR_CLONES
+void scaleToOutputCodes(float** planes, unsigned int count, uint32_t outBitDepth) {
     const float fullScale = fullScaleOutputCode(outBitDepth);
     forEachSample(planes, count, [fullScale](float x) { return clampUnitKeepNaN(x) * fullScale; });
 }

@@ -17,7 +17,8 @@ const uint32_t kHardwareGridCodes[kGridPointsPerAxis] = {
     0, 248, 492, 741, 1017, 1233, 1546, 1806, 1930, 2054, 2178, 2302, 2426, 2550, 2675,
     3696, 4096};
 
-HDRTM_VECTOR_CLONES void fillPlanesFromAxes(const float (*axisValues)[kGridPointsPerAxis], float** planes,
+HDRTM_VECTOR_CLONES
+void fillPlanesFromAxes(const float (*axisValues)[kGridPointsPerAxis], float** planes,
                         unsigned int n) {
     // A row holds 17 points: a larger count fills the 17-point grid.
     const int points = static_cast<int>(std::min(n, static_cast<unsigned int>(kGridPointsPerAxis)));

@@ -170,7 +170,8 @@ void CalCurveLUT(TMParams* params) {
 // the panel's range (0 at black, 1 at peak). Inverse: panel-relative values to
 // absolute luminance, with no linear scale. A luminance that is not positive
 // (NaN included) maps to the panel black level.
-HDRTM_VECTOR_CLONES void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
+HDRTM_VECTOR_CLONES
+void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     using namespace hdrtm;
     const float panelMaxNits = static_cast<float>(params->panel_max_luminance);
     const uint32_t gridSize = params->grid_size;

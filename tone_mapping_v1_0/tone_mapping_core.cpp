@@ -99,7 +99,8 @@ float satGain(float luma, float lowerNits, float upperNits, float maxGain) {
 // direction), luma kept. The inverse takes its chroma limit from the input's
 // own chroma, so a grey point divides 0 by 0 and comes out NaN in all three
 // channels: intended.
-HDRTM_VECTOR_CLONES void rgbSatBoost(float** planes, unsigned int count, float lowerNits, float upperNits,
+HDRTM_VECTOR_CLONES
+void rgbSatBoost(float** planes, unsigned int count, float lowerNits, float upperNits,
                  float maxGain, MAP_DIRECTION direction) {
     using namespace hdrtm;
     const float lo = lowerNits / kNitsPerUnit;

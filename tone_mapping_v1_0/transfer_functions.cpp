@@ -146,27 +146,14 @@ float bt709Encode(float linear) {
     return powf(linear, kBt709Exponent) * kBt709Gain + kBt709Offset;
 }
 
-namespace {
-
-// The two branches of the HLG OETF of scene light times 12: square root up to
-// and including the knee, logarithm above it.
-inline float hlgRootBranch(float sceneTimes12) { return sqrtf(sceneTimes12) * kHlgRootScale; }
-inline float hlgLogBranch(float sceneTimes12) {
+// Square root up to and including the knee, logarithm above it.
+float hlgEncodeTimes12(float sceneTimes12) {
+    if (sceneTimes12 <= kHlgKneeTimes12) return sqrtf(sceneTimes12) * kHlgRootScale;
     return logf(sceneTimes12 + kHlgMinusB) * kHlgA + kHlgC;
 }
 
-}  // namespace
-
-float hlgEncodeTimes12(float sceneTimes12) {
-    if (sceneTimes12 <= kHlgKneeTimes12) return hlgRootBranch(sceneTimes12);
-    return hlgLogBranch(sceneTimes12);
-}
-
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
-    for (unsigned int i = 0; i < count; ++i) {
-        const float s = samples[i] * scale;
-        samples[i] = s <= kHlgKneeTimes12 ? hlgRootBranch(s) : hlgLogBranch(s);
-    }
+    for (unsigned int i = 0; i < count; ++i) samples[i] = hlgEncodeTimes12(samples[i] * scale);
 }
 
 }  // namespace hdrtm
@@ -180,7 +167,8 @@ void st2084_inverse_tf(float** planes, unsigned int count, unsigned int planeCou
                        outScale);
 }
 
-HDRTM_VECTOR_CLONES void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScale,
+HDRTM_VECTOR_CLONES
+void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScale,
                        unsigned short outScale) {
     // No guard for inScale 0: every sample then becomes the PQ value of 1.0,
     // or NaN for a zero sample.
@@ -275,7 +263,8 @@ float Clipping(float value, float lower, float upper) {
 }
 
 // The two 16-bit arguments of the OOTF pair are part of the signature only.
-HDRTM_VECTOR_CLONES void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigned short,
+HDRTM_VECTOR_CLONES
+void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigned short,
                      float peak) {
     if (count < 1) return;
     float* r = planes[0];
@@ -297,7 +286,8 @@ HDRTM_VECTOR_CLONES void OOTF_forward_tf(float** planes, unsigned int count, uns
     }
 }
 
-HDRTM_VECTOR_CLONES void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigned short,
+HDRTM_VECTOR_CLONES
+void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigned short,
                      float peak) {
     if (count < 1) return;
     float* r = planes[0];

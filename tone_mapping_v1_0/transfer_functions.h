@@ -33,8 +33,7 @@ float bt709Encode(float linear);
 constexpr float kHlgSceneScale = 12.0f;
 // HLG OETF of scene light already multiplied by 12 (so the knee is at 1.0).
 float hlgEncodeTimes12(float sceneTimes12);
-// samples[i] = hlgEncodeTimes12(samples[i] * scale) for `count` samples, run
-// so that the logarithms of neighbouring samples overlap.
+// samples[i] = hlgEncodeTimes12(samples[i] * scale) for `count` samples.
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale);
 
 }  // namespace hdrtm
