@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr const char* kLoadLogPrefix = "HDR_load_tone_mapping_xml";
 constexpr int kThreads = 4;
 constexpr int kCallsPerThread = 8;
 
@@ -50,15 +49,13 @@ TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
         for (int t = 0; t < kThreads; ++t) {
             callers.push_back(std::make_unique<EntryCaller>());
             threads.emplace_back([&, t, caller = callers[t].get()] {
-                const Work& w = kWork[t];
-                for (int n = 0; n < kCallsPerThread; ++n) {
-                    completed[t] += caller->call(w.blendSpace, w.hwEnable, w.layers);
-                }
+                for (int n = 0; n < kCallsPerThread; ++n)
+                    completed[t] += caller->call(kWork[t].blendSpace, kWork[t].hwEnable, kWork[t].layers);
             });
         }
         for (std::thread& thread : threads) thread.join();
         int loads = 0;
-        for (const std::string& t : log.texts()) loads += t.rfind(kLoadLogPrefix, 0) == 0;
+        for (const std::string& t : log.texts()) loads += t.rfind("HDR_load_tone_mapping_xml", 0) == 0;
         EXPECT_EQ(loads, 1);
         EXPECT_FALSE(krel::sim::Held());
         // Each hardware call's acquire, read, push and release run unbroken.
@@ -76,13 +73,12 @@ TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
             EntryCaller alone;
             ASSERT_EQ(alone.call(w.blendSpace, w.hwEnable, w.layers), 1);
             for (int i = 0; i < kMaxLayers; ++i) {
-                EXPECT_EQ(callers[t]->applied(i), alone.applied(i)) << "thread " << t;
+                EXPECT_EQ(callers[t]->appliedFlag(i), alone.appliedFlag(i)) << "thread " << t;
                 EXPECT_TRUE(callers[t]->lut(i) == alone.lut(i)) << "thread " << t << " layer " << i;
             }
             if (w.hwEnable == 0) continue;
             const std::vector<uint8_t> pushed = krel::sim::Pushes().back().record;
-            EXPECT_EQ(std::count_if(pushes.begin(), pushes.end(),
-                                    [&](const krel::sim::Push& p) { return p.record == pushed; }),
+            EXPECT_EQ(std::count_if(pushes.begin(), pushes.end(), [&](const auto& p) { return p.record == pushed; }),
                       kCallsPerThread) << "thread " << t;
         }
         property_set(kTuningProperty, "");
