@@ -13,21 +13,28 @@ struct EntryLayer {
     uint32_t contentClass = 0;
     uint32_t primaries = kPrimariesBt2020;
     uint32_t masterMaxLuminance = 0;  // 0.0001 cd/m2
+    uint32_t maxCll = 0;              // cd/m2; 0: no content light level
 };
 
 class EntryCaller {
 public:
     static constexpr uint32_t kBufferFill = 0xC0000000u;  // bits 30-31 set, codes zero
 
-    explicit EntryCaller(uint32_t bufferFill = kBufferFill) {
+    // recordFill: the byte every descriptor and flag holds before the first
+    // call (the blend descriptor's buffer pointer stays null).
+    explicit EntryCaller(uint32_t bufferFill = kBufferFill, uint8_t recordFill = 0) {
         for (int i = 0; i < kMaxLayers; ++i) {
             luts_[i].assign(kLutEntries, bufferFill);
-            descriptors_[i] = HdrLayerLut{};
+            std::memset(&descriptors_[i], recordFill, sizeof(descriptors_[i]));
             descriptors_[i].entries = luts_[i].data();
             set_.layer_luts[i] = &descriptors_[i];
         }
+        std::memset(applied_, recordFill, sizeof(applied_));
+        std::memset(&blend_, recordFill, sizeof(blend_));
+        blend_.entries = nullptr;
         set_.layer_lut_applied = applied_;
         set_.blend_lut = &blend_;
+        set_.blend_lut_applied = recordFill;
     }
     EntryCaller(const EntryCaller&) = delete;
     EntryCaller& operator=(const EntryCaller&) = delete;
@@ -39,6 +46,8 @@ public:
             layers_[i].content_class = layers[i].contentClass;
             layers_[i].primaries = layers[i].primaries;
             layers_[i].master_max_luminance = layers[i].masterMaxLuminance;
+            layers_[i].cll_present = layers[i].maxCll != 0;
+            layers_[i].max_cll = layers[i].maxCll;
         }
         info_ = HdrPlaybackInfo{};
         info_.blend_space = blendSpace;
@@ -49,11 +58,12 @@ public:
     }
 
     const std::vector<uint32_t>& lut(int i) const { return luts_[i]; }
-    bool applied(int i) const { return applied_[i] != 0; }
     uint8_t appliedFlag(int i) const { return applied_[i]; }
     const HdrLayerLut& descriptor(int i) const { return descriptors_[i]; }
     const HdrLayerLut& blend() const { return blend_; }
     uint8_t blendAppliedFlag() const { return set_.blend_lut_applied; }
+    HdrPlaybackInfo& info() { return info_; }  // the last call's record
+    HdrLutSet& set() { return set_; }
 
 private:
     static constexpr size_t kLutEntries = 17 * 17 * 17;  // entries of a layer LUT
@@ -62,7 +72,7 @@ private:
     HdrPlaybackInfo info_{};
     std::vector<uint32_t> luts_[kMaxLayers];
     HdrLayerLut descriptors_[kMaxLayers];
-    HdrLayerLut blend_{};
-    uint8_t applied_[kMaxLayers] = {};
+    HdrLayerLut blend_;
+    uint8_t applied_[kMaxLayers];
     HdrLutSet set_{};
 };
