@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <krel/color_manager_sim.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -21,8 +22,6 @@ namespace {
 using Pipeline = void (*)(TMParams*, float**);
 using Lines = std::vector<std::string>;
 constexpr unsigned kCount = 17 * 17 * 17;
-constexpr uint32_t kUniform[17] = {0,   64,  128, 192, 256, 320, 384, 448, 512,
-                                   576, 640, 704, 768, 832, 896, 960, 1023};
 constexpr size_t kPrologueLines = 41;  // defaults path: 2 + 34 control points + 5 settings
 const std::string kEnd = "E HDR_playback_strategies -----------";
 
@@ -38,9 +37,8 @@ uint32_t code(float v) { return v > 0.0f ? static_cast<uint32_t>(v) : 0u; }
 struct Planes {
     std::vector<float> c[3];
     uint32_t checksum(uint32_t sum) const {
-        for (unsigned k = 0; k < kCount; ++k) {
+        for (unsigned k = 0; k < kCount; ++k)
             sum += code(static_cast<float>(code(c[0][k]) + code(c[1][k])) + c[2][k]);
-        }
         return sum;
     }
 };
@@ -60,10 +58,12 @@ Planes expectedPlanes(uint8_t hw, Pipeline pipeline, void (*settings)(TMParams&)
     p.pcc_enable = hw;
     p.pcc = &pcc;
     p.grid_size = 17;
-    for (int set = 0; set < 2; ++set)
-        for (int axis = 0; axis < 3; ++axis) std::memcpy(p.grid_points[set][axis], kUniform, sizeof(kUniform));
+    for (int set = 0; set < 2; ++set)  // uniform codes 0, 64, ..., 960, 1023
+        for (int axis = 0; axis < 3; ++axis)
+            for (uint32_t i = 0; i < 17; ++i) p.grid_points[set][axis][i] = std::min(64 * i, 1023u);
     settings(p);
-    Planes out{{std::vector<float>(kCount), std::vector<float>(kCount), std::vector<float>(kCount)}};
+    Planes out;
+    for (auto& plane : out.c) plane.resize(kCount);
     float* planes[3] = {out.c[0].data(), out.c[1].data(), out.c[2].data()};
     pipeline(&p, planes);
     return out;
@@ -88,119 +88,76 @@ const Lines kIdentityPccLog = {
 
 class Entry : public ::testing::Test {
 public:
+    // Records and flags start as 0x5A bytes, buffers as all ones: any byte the
+    // entry should leave alone shows.
+    static constexpr uint8_t kUntouched = 0x5A;
+
     void SetUp() override {
         krel::sim::Reset();
         property_set(kTuningProperty, "");
-        std::memset(layers_, 0, sizeof(layers_));
-        for (int i = 0; i < 4; ++i) {
-            lut_[i].assign(kCount, 0xFFFFFFFFu);
-            std::memset(&desc_[i], 0x5A, sizeof(desc_[i]));
-            desc_[i].entries = lut_[i].data();
-            set_.layer_luts[i] = &desc_[i];
-            applied_[i] = 0x77;
-        }
-        std::memset(&blend_, 0x5A, sizeof(blend_));
-        blend_.entries = nullptr;
-        set_.layer_lut_applied = applied_;
-        set_.unused = nullptr;
-        set_.blend_lut = &blend_;
-        set_.blend_lut_applied = 0x77;
     }
 
     int call(uint32_t blendSpace, uint8_t hw, const std::vector<EntryLayer>& layers) {
-        for (size_t i = 0; i < layers.size(); ++i) {
-            layers_[i].transfer = layers[i].transfer;
-            layers_[i].content_class = layers[i].contentClass;
-            layers_[i].primaries = layers[i].primaries;
-        }
-        std::memset(&info_, 0, sizeof(info_));
-        info_.blend_space = blendSpace;
-        info_.hw_enable = hw;
-        info_.num_layers = static_cast<uint8_t>(layers.size());
-        info_.layers = layers_;
         log_.clear();
-        return HDR_playback_strategies(&info_, &set_);
+        return caller_.call(blendSpace, hw, layers);
     }
 
     // "E text" / "I text" lines after the prologue (or from line `skip`).
     Lines log(size_t skip = kPrologueLines) const {
         Lines out;
         const auto lines = log_.lines();
-        for (size_t i = skip; i < lines.size(); ++i) {
+        for (size_t i = skip; i < lines.size(); ++i)
             out.push_back((lines[i].priority == ANDROID_LOG_ERROR ? "E " : "I ") + lines[i].text);
-        }
         return out;
     }
 
     // Layer i's descriptor, flag and buffer, byte by byte.
     void expectLayer(int i, const Planes* written) {
         HdrLayerLut expected;
-        std::memset(&expected, 0x5A, sizeof(expected));
-        expected.entries = lut_[i].data();
+        std::memset(&expected, kUntouched, sizeof(expected));
+        expected.entries = const_cast<uint32_t*>(caller_.lut(i).data());
         expected.enabled = written ? 1 : 0;
         expected.reserved_flag = 0;
         if (written) expected.dim_x = expected.dim_y = 17;
-        EXPECT_EQ(std::memcmp(&desc_[i], &expected, sizeof(expected)), 0) << "layer " << i;
-        EXPECT_EQ(applied_[i], written ? 1 : 0) << "layer " << i;
+        EXPECT_EQ(std::memcmp(&caller_.descriptor(i), &expected, sizeof(expected)), 0) << "layer " << i;
+        EXPECT_EQ(caller_.appliedFlag(i), written ? 1 : 0) << "layer " << i;
         for (unsigned k = 0; k < kCount; ++k) {
             const uint32_t want = !written ? 0xFFFFFFFFu
                                            : 0xC0000000u | (code(written->c[0][k]) & 1023) |
                                                  (code(written->c[1][k]) & 1023) << 10 |
                                                  (code(written->c[2][k]) & 1023) << 20;
-            ASSERT_EQ(lut_[i][k], want) << "layer " << i << " entry " << k;
+            ASSERT_EQ(caller_.lut(i)[k], want) << "layer " << i << " entry " << k;
         }
     }
 
     // Blend descriptor and flag; -1 leaves a byte as it was before the call.
     void expectBlend(int enabled, int reservedFlag, int applied) {
         HdrLayerLut expected;
-        std::memset(&expected, 0x5A, sizeof(expected));
+        std::memset(&expected, kUntouched, sizeof(expected));
         expected.entries = nullptr;
         expected.enabled = static_cast<uint8_t>(enabled);
         if (reservedFlag >= 0) expected.reserved_flag = static_cast<uint8_t>(reservedFlag);
         if (enabled == 1) expected.dim_x = expected.dim_y = 17;
-        EXPECT_EQ(std::memcmp(&blend_, &expected, sizeof(expected)), 0);
-        EXPECT_EQ(set_.blend_lut_applied, applied < 0 ? 0x77 : applied);
+        EXPECT_EQ(std::memcmp(&caller_.blend(), &expected, sizeof(expected)), 0);
+        EXPECT_EQ(caller_.blendAppliedFlag(), applied < 0 ? kUntouched : applied);
     }
 
-    // The 117928-byte LUT record of a uniform 12-bit LUT of the planes.
-    static std::vector<uint8_t> uniformRecord(const Planes& planes) {
+    // The one push of this call: the 117928-byte record of a uniform 12-bit LUT of the planes.
+    void expectPush(const Planes& planes) {
         std::vector<uint32_t> words(117928 / 4, 0);
         words[2] = 1;
         words[3] = kCount;
         for (unsigned k = 0; k < kCount; ++k)
             for (int c = 0; c < 3; ++c) words[4 + 6 * k + 3 + c] = code(planes.c[c][k]);
-        std::vector<uint8_t> bytes(117928);
-        std::memcpy(bytes.data(), words.data(), bytes.size());
-        return bytes;
-    }
-
-    // The one push of this call.
-    void expectPush(const Planes& planes) {
         const auto pushes = krel::sim::Pushes();
         ASSERT_EQ(pushes.size(), 1u);
         EXPECT_EQ(pushes[0].request_word0, 1u);
         EXPECT_EQ(pushes[0].request_word1 | pushes[0].request_tail, 0u);
-        EXPECT_TRUE(pushes[0].record == uniformRecord(planes));
+        ASSERT_EQ(pushes[0].record.size(), 117928u);
+        EXPECT_EQ(std::memcmp(pushes[0].record.data(), words.data(), 117928), 0);
     }
 
-    static Lines indexLines(const Planes& planes) {
-        Lines out;
-        for (unsigned k = 0; k < 200; ++k) {
-            out.push_back("E Index [" + std::to_string(k) + "] = R = " +
-                          std::to_string(code(planes.c[0][k])) +
-                          " G = " + std::to_string(code(planes.c[1][k])) +
-                          " B = " + std::to_string(code(planes.c[2][k])));
-        }
-        return out;
-    }
-
-    HdrLayerColorInfo layers_[4];
-    HdrPlaybackInfo info_;
-    std::vector<uint32_t> lut_[4];
-    HdrLayerLut desc_[4], blend_;
-    uint8_t applied_[4];
-    HdrLutSet set_;
+    EntryCaller caller_{0xFFFFFFFFu, kUntouched};
     LogCapture log_;
 };
 
@@ -231,23 +188,20 @@ TEST_P(DecisionRow, RunsItsPipelineAndFillsItsOutputs) {
     ASSERT_EQ(call(row.blendSpace, row.hw, {row.layer}), 1);
 
     Lines expected = row.hw ? kIdentityPccLog : Lines{};
-    if (row.result == Result::kHardware && row.layer.transfer == 16) {
-        const Lines index = indexLines(planes);
-        expected.insert(expected.end(), index.begin(), index.end());
-    }
-    for (const std::string& line : row.log) {
-        expected.push_back(withSum(line.c_str(), planes.checksum(0)));
-    }
+    const bool pqHardware = row.result == Result::kHardware && row.layer.transfer == 16;
+    for (unsigned k = 0; pqHardware && k < 200; ++k)  // the first 200 entries it sends
+        expected.push_back("E Index [" + std::to_string(k) + "] = R = " +
+                           std::to_string(code(planes.c[0][k])) +
+                           " G = " + std::to_string(code(planes.c[1][k])) +
+                           " B = " + std::to_string(code(planes.c[2][k])));
+    for (const std::string& line : row.log) expected.push_back(withSum(line.c_str(), planes.checksum(0)));
     expected.push_back(kEnd);
     EXPECT_EQ(log(), expected);
 
     expectLayer(0, row.result == Result::kLayerLut ? &planes : nullptr);
     expectBlend(row.result == Result::kHardware ? 1 : 0, row.blendReserved, row.blendApplied);
-    if (row.result == Result::kHardware) {
-        expectPush(planes);
-    } else {
-        EXPECT_TRUE(krel::sim::Pushes().empty());
-    }
+    if (row.result == Result::kHardware) expectPush(planes);
+    else EXPECT_TRUE(krel::sim::Pushes().empty());
     EXPECT_FALSE(krel::sim::Held());
 }
 
@@ -315,7 +269,8 @@ TEST_F(Entry, HlgLayerAfterTheHlgBlendLutPrintsItsRefusal) {
     ASSERT_EQ(call(0, 0, {}), 1);  // releases the manager the refusal kept
 }
 
-TEST_F(Entry, DefaultsPrologueLogsEverySetting) {
+// No property, or a file that cannot be read: the defaults, each logged.
+TEST_F(Entry, UnreadableTuningFileTakesTheDefaults) {
     ASSERT_EQ(call(0, 0, {}), 1);
     Lines expected = {"E HDR_playback_strategies ++++++++++++",
                       "E HDR xml File not present, default values are used."};
@@ -332,28 +287,25 @@ TEST_F(Entry, DefaultsPrologueLogsEverySetting) {
          "E linear scale enable = 0, scale start =0.000000 nits, ratio =0.000000, ind = 0, val =0",
          kEnd});
     EXPECT_EQ(log(0), expected);
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(applied_[i], 0x77);  // no layer touched
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(caller_.appliedFlag(i), kUntouched);
     expectBlend(0, -1, -1);
-}
 
-TEST_F(Entry, UnreadableTuningFileTakesTheDefaults) {
     property_set(kTuningProperty, "/nonexistent/hdr_tuning.xml");
     ASSERT_EQ(call(0, 0, {}), 1);
-    const Lines all = log(0);
-    EXPECT_EQ(Lines(all.begin() + 1, all.begin() + 4),
-              (Lines{"E file name: /nonexistent/hdr_tuning.xml", "E default values are applied",
-                     "I lut_in = 0.000000  "}));
+    expected[1] = "E default values are applied";
+    expected.insert(expected.begin() + 1, "E file name: /nonexistent/hdr_tuning.xml");
+    EXPECT_EQ(log(0), expected);
     EXPECT_EQ(g_params_ready, 0);
 }
 
 TEST_F(Entry, LayersAboveFourAndMissingDescriptorsAreSkipped) {
-    set_.layer_luts[1] = nullptr;
+    caller_.set().layer_luts[1] = nullptr;
     ASSERT_EQ(call(1, 0, {{18}, {18}, {18}, {18}}), 1);
-    info_.num_layers = 200;
-    ASSERT_EQ(HDR_playback_strategies(&info_, &set_), 1);
-    EXPECT_EQ(applied_[1], 0x77);
-    EXPECT_EQ(applied_[3], 1);
-    EXPECT_EQ(HDR_playback_strategies(nullptr, &set_), 0);
+    caller_.info().num_layers = 200;
+    ASSERT_EQ(HDR_playback_strategies(&caller_.info(), &caller_.set()), 1);
+    EXPECT_EQ(caller_.appliedFlag(1), kUntouched);
+    EXPECT_EQ(caller_.appliedFlag(3), 1);
+    EXPECT_EQ(HDR_playback_strategies(nullptr, &caller_.set()), 0);
     EXPECT_EQ(hdr_to_hdr_tm(), 0);
 }
 
@@ -447,11 +399,8 @@ TEST_F(Entry, ClippingLuminanceDrivesTheLinearScale) {
             {100000000, 0, 0, "10000.000000", "300.000000 nits, ratio =0.281443, ind = 6, val =3030"},
         };
         for (const Case& c : cases) {
-            layers_[0].master_max_luminance = c.master0;
-            layers_[0].cll_present = c.cll0 != 0;
-            layers_[0].max_cll = c.cll0;
-            layers_[1].master_max_luminance = c.master1;
-            ASSERT_EQ(call(0, 0, {{16}, {16}}), 1);
+            ASSERT_EQ(call(0, 0, {{16, 0, kPrimariesBt2020, c.master0, c.cll0},
+                               {16, 0, kPrimariesBt2020, c.master1}}), 1);
             const Lines all = log(0);
             EXPECT_EQ(lineStarting(all, "I src0"),
                       format("I src0: master = %lld, content = ", c.master0) + std::to_string(c.cll0));
@@ -473,27 +422,6 @@ TEST_F(Entry, TunedClippingBelowOneThousandNitsTakesTheFirstIndex) {
         EXPECT_EQ(lineStarting(log(0), "E linear"),
                   "E linear scale enable = 1, scale start =450.000000 nits, ratio =1.228571, "
                   "ind = 0, val =880");
-    });
-}
-
-// Format 2.0 rebuilds the curve; the hardware LUT carries its 12-bit grid.
-TEST_F(Entry, VersionTwoTuningSendsGridCoordinates) {
-    inFreshProcess([&] {
-        ASSERT_EQ(property_set(kTuningProperty, dataTuningPath("tuning_v2_p3.xml").c_str()), 0);
-        ASSERT_EQ(call(0, 1, {{16}}), 1);
-        TMParams curve = g_params;
-        CalCurveLUT(&curve);
-        const Lines all = log(0);
-        EXPECT_EQ(lineStarting(all, "I lut_in"),
-                  "I lut_in = " + std::to_string(curve.curve.points_x[0]) + "  ");
-        const auto pushes = krel::sim::Pushes();
-        ASSERT_EQ(pushes.size(), 1u);
-        uint32_t uniform, words[2 * 6];
-        std::memcpy(&uniform, pushes[0].record.data() + 8, 4);
-        EXPECT_EQ(uniform, 0u);
-        std::memcpy(words, pushes[0].record.data() + 16 + 16 * 24, sizeof(words));
-        EXPECT_EQ(std::vector<uint32_t>(words, words + 3), (std::vector<uint32_t>{4096, 0, 0}));
-        EXPECT_EQ(std::vector<uint32_t>(words + 6, words + 9), (std::vector<uint32_t>{0, 248, 0}));
     });
 }
 
