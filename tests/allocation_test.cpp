@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <numeric>
 #include <vector>
 
 #include "entry_caller.h"
@@ -34,12 +33,13 @@
 #endif
 
 #if HDRTM_COUNT_MALLOC
-extern "C" {
-void* __libc_malloc(size_t size);
-void* __libc_calloc(size_t count, size_t size);
-void* __libc_realloc(void* block, size_t size);
-void __libc_free(void* block);
-}
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* __libc_calloc(size_t count, size_t size);
+extern "C" void* __libc_realloc(void* block, size_t size);
+extern "C" void __libc_free(void* block);
+#define HDRTM_RAW(name) __libc_##name
+#else
+#define HDRTM_RAW(name) std::name
 #endif
 
 namespace {
@@ -52,55 +52,34 @@ struct Counter {
     const void* address[kSlots] = {};
     size_t size[kSlots] = {};
     std::vector<size_t>* sizes = nullptr;  // every block taken, in order
-    size_t live = 0, peak = 0;
-    size_t lost = 0;  // blocks the table had no room for
+    size_t live = 0, peak = 0, lost = 0;   // lost: blocks the table had no room for
 
+    size_t slot(const void* block) const { return std::find(address, address + kSlots, block) - address; }
     void taken(const void* block, size_t bytes) {
         if (!on || block == nullptr) return;
         on = false;  // the sizes vector may grow
         sizes->push_back(bytes);
         on = true;
-        for (size_t i = 0; i < kSlots; ++i) {
-            if (address[i] == nullptr) {
-                address[i] = block;
-                size[i] = bytes;
-                live += bytes;
-                peak = std::max(peak, live);
-                return;
-            }
-        }
-        ++lost;
+        const size_t i = slot(nullptr);
+        if (i == kSlots) ++lost;
+        else address[i] = block, size[i] = bytes, live += bytes, peak = std::max(peak, live);
     }
     void released(const void* block) {
-        if (!on || block == nullptr) return;
-        for (size_t i = 0; i < kSlots; ++i) {
-            if (address[i] == block) {
-                address[i] = nullptr;
-                live -= size[i];
-                return;
-            }
-        }
+        const size_t i = on && block != nullptr ? slot(block) : kSlots;
+        if (i < kSlots) address[i] = nullptr, live -= size[i];
     }
 };
 
 Counter gCounter;
 
-#if HDRTM_COUNT_MALLOC
-void* rawMalloc(size_t size) { return __libc_malloc(size); }
-void rawFree(void* block) { __libc_free(block); }
-#else
-void* rawMalloc(size_t size) { return std::malloc(size); }
-void rawFree(void* block) { std::free(block); }
-#endif
-
 void* countedMalloc(size_t size) {
-    void* block = rawMalloc(size);
+    void* block = HDRTM_RAW(malloc)(size);
     gCounter.taken(block, size);
     return block;
 }
 void countedFree(void* block) {
     gCounter.released(block);
-    rawFree(block);
+    HDRTM_RAW(free)(block);
 }
 
 }  // namespace
@@ -166,9 +145,7 @@ protected:
         __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
         krel::sim::Reset();
         char value[PROPERTY_VALUE_MAX];
-        propertyBlocks_ =
-            measure([&value] { property_get("ro.vendor.display.hdr.config", value, nullptr); })
-                .sizes;
+        propertyBlocks_ = measure([&] { property_get("ro.vendor.display.hdr.config", value, nullptr); }).sizes;
     }
     void TearDown() override {
         krel::sim::Reset();
@@ -193,29 +170,25 @@ protected:
     EntryCaller caller_;
 };
 
-// kBlendSpace* and kTransfer* are the interface's codes; a repeated call
-// takes the same blocks again.
+// A repeated call takes the same blocks again.
 TEST_F(AllocationPerCall, EachRowTakesTheTwoBlocksAndItsStagesScratchOnly) {
     const std::vector<size_t> core = {kCoreScratch, kPlane};
     constexpr size_t kTwo = kPccBlock + kPlaneBlock;
     struct Row {
-        const char* name;
         uint32_t blendSpace, transfer, contentClass;
         std::vector<size_t> scratch;
         size_t peak;
     };
     const Row rows[] = {
-        {"PQ under PQ blending: no pipeline", kBlendSpacePq, kTransferPq, 0, {}, kTwo},
-        {"PQ per layer", kBlendSpacePerLayer, kTransferPq, 0, core, kPeak},
-        {"HLG under PQ blending", kBlendSpacePq, kTransferHlg, 0, {kPlane}, kTwo + kPlane},
-        {"HLG per layer", kBlendSpacePerLayer, kTransferHlg, 0, {kPlane, kCoreScratch, kPlane},
-         kPeak},
-        {"SDR under PQ blending", kBlendSpacePq, kTransferBt709, kContentClassSdr, core, kPeak},
-        {"SDR under HLG blending", kBlendSpaceHlg, kTransferBt709, kContentClassSdr,
-         {kCoreScratch, kPlane, kPlane}, kPeak},
+        {kBlendSpacePq, kTransferPq, 0, {}, kTwo},  // no pipeline
+        {kBlendSpacePerLayer, kTransferPq, 0, core, kPeak},
+        {kBlendSpacePq, kTransferHlg, 0, {kPlane}, kTwo + kPlane},
+        {kBlendSpacePerLayer, kTransferHlg, 0, {kPlane, kCoreScratch, kPlane}, kPeak},
+        {kBlendSpacePq, kTransferBt709, kContentClassSdr, core, kPeak},
+        {kBlendSpaceHlg, kTransferBt709, kContentClassSdr, {kCoreScratch, kPlane, kPlane}, kPeak},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(testing::Message() << row.blendSpace << ' ' << row.transfer);
         const Heap heap = call(row.blendSpace, 0, row.transfer, row.contentClass);
         EXPECT_EQ(heap.sizes, expected(row.scratch));
         EXPECT_EQ(heap.peak, row.peak);
@@ -231,37 +204,29 @@ TEST_F(AllocationPerCall, HardwareRowsAddOnlyTheColourManagersBlocks) {
     krel::PPHWAttributes attributes;
     std::memset(attributes.panel_name, 0, sizeof(attributes.panel_name));
     static uint8_t lutRecord[krel::sim::kLutRecordBytes];
-    struct {
-        uint32_t one = 1, zero = 0;
-        uint8_t* record = lutRecord;
-        uint64_t tail = 0;
-    } request;
+    struct { uint32_t one = 1, zero = 0; uint8_t* record = lutRecord; uint64_t tail = 0; } request;
     uint8_t pcc[krel::sim::kPccPayloadBytes] = {};
     krel::sim::Reset();
     const Heap manager = measure([&] {
-        krel::ColorManager* cm =
-            krel::ColorManager::AcquireColorManager(krel::kPrimary, attributes);
+        krel::ColorManager* cm = krel::ColorManager::AcquireColorManager(krel::kPrimary, attributes);
         cm->ColorIntfGetActiveColorParam(krel::sim::kFeatureVirtualPcc, 0, pcc);
         cm->ColorIntfSetActiveColorParam(krel::sim::kFeature3dLut, 0, &request);
         krel::ColorManager::ReleaseColorManager(krel::kPrimary);
     });
-    const size_t managerBytes =
-        std::accumulate(manager.sizes.begin(), manager.sizes.end(), size_t{0});
+    size_t managerBytes = 0;
+    for (size_t bytes : manager.sizes) managerBytes += bytes;
 
     for (uint32_t transfer : {kTransferPq, kTransferHlg}) {
         SCOPED_TRACE(transfer);
         krel::sim::Reset();
-        const Heap heap =
-            call(transfer == kTransferPq ? kBlendSpacePq : kBlendSpaceHlg, 1, transfer);
+        const Heap heap = call(transfer == kTransferPq ? kBlendSpacePq : kBlendSpaceHlg, 1, transfer);
         // The simulator's vectors keep their capacity across resets: a row
         // may take fewer of its blocks than the dry run did.
         std::vector<size_t> library = heap.sizes;
-        for (size_t bytes : manager.sizes) {
-            auto found = std::find(library.begin(), library.end(), bytes);
-            if (found != library.end()) library.erase(found);
-        }
-        EXPECT_EQ(library, transfer == kTransferPq ? expected({kCoreScratch, kPlane})
-                                                   : expected({kPlane, kCoreScratch, kPlane}));
+        for (size_t bytes : manager.sizes)
+            if (auto found = std::find(library.begin(), library.end(), bytes); found != library.end()) library.erase(found);
+        EXPECT_EQ(library, expected(transfer == kTransferPq ? std::vector<size_t>{kCoreScratch, kPlane}
+                                                            : std::vector<size_t>{kPlane, kCoreScratch, kPlane}));
         EXPECT_LE(heap.peak, kPeak + managerBytes);
         EXPECT_LE(heap.liveAfter, managerBytes);  // what the simulator keeps
     }
