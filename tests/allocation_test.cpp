@@ -21,25 +21,22 @@
 // Under a sanitizer, whose runtime owns malloc, only operator new is replaced
 // (the library allocates through it alone); otherwise the malloc family is
 // replaced too, forwarding to glibc's own entry points.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HDRTM_COUNT_MALLOC 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define HDRTM_COUNT_MALLOC 0
+#if defined(__has_feature)
+#define HDRTM_HAS_FEATURE(name) __has_feature(name)
+#else
+#define HDRTM_HAS_FEATURE(name) 0
 #endif
-#endif
-#ifndef HDRTM_COUNT_MALLOC
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
+    HDRTM_HAS_FEATURE(address_sanitizer) || HDRTM_HAS_FEATURE(thread_sanitizer)
+#define HDRTM_COUNT_MALLOC 0
+#define HDRTM_RAW(name) std::name
+#else
 #define HDRTM_COUNT_MALLOC 1
-#endif
-
-#if HDRTM_COUNT_MALLOC
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* __libc_calloc(size_t count, size_t size);
 extern "C" void* __libc_realloc(void* block, size_t size);
 extern "C" void __libc_free(void* block);
 #define HDRTM_RAW(name) __libc_##name
-#else
-#define HDRTM_RAW(name) std::name
 #endif
 
 namespace {
@@ -126,7 +123,6 @@ struct Heap {
 template <typename Work>
 Heap measure(Work work) {
     Heap heap;
-    heap.sizes.reserve(256);
     gCounter.sizes = &heap.sizes;
     gCounter.live = gCounter.peak = 0;
     gCounter.on = true;
