@@ -21,7 +21,6 @@ struct Planes {
         v[0][0] = r0, v[1][0] = g0, v[2][0] = b0;
         for (int c = 0; c < 3; ++c) p[c] = v[c].data();
     }
-    Planes(const Planes&) = delete;
     bool operator==(const Planes& o) const {
         return v[0] == o.v[0] && v[1] == o.v[1] && v[2] == o.v[2];
     }
@@ -62,38 +61,26 @@ protected:
     Planes in, out;
 };
 
-TEST_F(ColorConversion, PrimariesRoundTripHoldsOnlyToFourDecimals) {
+TEST_F(ColorConversion, PrimariesRoundTripHoldsOnlyToFourDecimalsAndBadArgumentsConvertNothing) {
+    rgb2rgb_conv(in.p, BT709_TO_BT2020, 0x80000000u);  // a negative count
+    rgb2rgb_conv(in.p, static_cast<IndexRGB>(6), kLutPoints);
+    rgb2xyz(&params, 4, in.p, in.p);
+    xyz2rgb(&params, 4, in.p, in.p);
+    EXPECT_TRUE(in == out);
     rgb2rgb_conv(in.p, BT709_TO_BT2020, kLutPoints);
     rgb2rgb_conv(in.p, BT2020_TO_BT709, kLutPoints);
     for (int c = 0; c < 3; ++c)
         for (unsigned int i = 0; i < kLutPoints; ++i) ASSERT_NEAR(in.v[c][i], out.v[c][i], 3e-4);
     EXPECT_FALSE(in == out);
-}
-
-TEST_F(ColorConversion, UnknownIndicesAndNegativeCountsConvertNothing) {
-    rgb2rgb_conv(in.p, BT709_TO_BT2020, 0x80000000u);
-    rgb2rgb_conv(in.p, static_cast<IndexRGB>(6), kLutPoints);
-    rgb2xyz(&params, 4, in.p, in.p);
-    xyz2rgb(&params, 4, in.p, in.p);
-    EXPECT_TRUE(in == out);
     Planes red{kLutPoints, 1.0f, 0.0f, 0.0f};
     rgb2rgb_conv(red.p, BT709_TO_BT2020, 1);  // point 0 only
     EXPECT_EQ(red.v[0][0], 0.6274f);
     EXPECT_EQ(red.v[2][0], 0.0164f);
-    EXPECT_EQ(red.v[0][1], in.v[0][1]);
+    EXPECT_EQ(red.v[0][1], out.v[0][1]);
 }
 
-TEST_F(ColorConversion, OnlyRgbToXyzConvertsAnOversizedGrid) {
-    params.grid_size = 18;
-    Planes big{18 * 18 * 18}, xyz{18 * 18 * 18};
-    xyz2rgb(&params, 0, big.p, xyz.p);
-    xyz2lab(&params, big.p, xyz.p);
-    EXPECT_TRUE(xyz == big);
-    rgb2xyz(&params, 0, big.p, xyz.p);
-    EXPECT_NE(xyz.v[1].back(), big.v[1].back());
-}
-
-TEST_F(ColorConversion, LabOfTheEngineWhiteIsNeutral) {
+// Lab of the engine's white is neutral; only rgb2xyz converts an oversized grid.
+TEST_F(ColorConversion, LabOfTheEngineWhiteIsNeutralAndOnlyRgbToXyzTakesAnOversizedGrid) {
     Planes white{kLutPoints, 0.9505f, 1.0f, 1.0891f}, d65{kLutPoints, 0.9505f, 1.0f, 1.0888f};
     xyz2lab(&params, white.p, out.p);
     EXPECT_EQ(out.v[0][0], 100.0f);
@@ -101,6 +88,14 @@ TEST_F(ColorConversion, LabOfTheEngineWhiteIsNeutral) {
     EXPECT_NEAR(out.v[2][0], 0.0f, 1e-4);
     xyz2lab(&params, d65.p, out.p);  // the common D65 Z gives a slightly yellow white
     EXPECT_NEAR(out.v[2][0], 0.02f, 0.005);
+
+    params.grid_size = 18;
+    Planes big{18 * 18 * 18}, xyz{18 * 18 * 18};
+    xyz2rgb(&params, 0, big.p, xyz.p);
+    xyz2lab(&params, big.p, xyz.p);
+    EXPECT_TRUE(xyz == big);
+    rgb2xyz(&params, 0, big.p, xyz.p);
+    EXPECT_NE(xyz.v[1].back(), big.v[1].back());
 }
 
 TEST_F(ColorConversion, LuminanceReplacementKeepsChromaAndClamps) {
@@ -130,18 +125,17 @@ TEST_F(ColorConversion, GamutMappingFollowsThePanelPrimaries) {
         xyz2rgb(&params, primaries, out.p, viaXyz.p);
         EXPECT_TRUE(mapped == viaXyz) << mode;
     }
-    Planes toBt709{kLutPoints, 0.0f, 1.0f, 0.0f}, inverse{kLutPoints, 0.0f, 1.0f, 0.0f};
-    params.panel_color_mode = SPACE_SRGB;
-    rgb2rgb_gmap(&params, toBt709.p);
-    EXPECT_NEAR(toBt709.v[0][0], -0.5876f, 2e-4);  // negative red survives
-    params.map_direction = MAP_INVERSE;
-    rgb2rgb_gmap(&params, inverse.p);
-    for (int c = 0; c < 3; ++c)
-        for (unsigned int i = 0; i < kLutPoints; ++i)
-            ASSERT_NEAR(inverse.v[c][i], green.v[c][i], 1e-5);
-    params.panel_color_mode = static_cast<HDR_COLOR_SPACE>(5);
+    params.panel_color_mode = SPACE_SRGB;  // a saturated green keeps its negative red
+    rgb2rgb_gmap(&params, green.p);
+    EXPECT_NEAR(green.v[0][0], -0.5876f, 2e-4);
+    params.map_direction = MAP_INVERSE;  // stays in BT.2020: unchanged to rounding
+    Planes ramp;
     rgb2rgb_gmap(&params, in.p);
-    EXPECT_TRUE(in == Planes{});
+    for (int c = 0; c < 3; ++c)
+        for (unsigned int i = 0; i < kLutPoints; ++i) ASSERT_NEAR(in.v[c][i], ramp.v[c][i], 1e-5);
+    params.panel_color_mode = static_cast<HDR_COLOR_SPACE>(5);
+    rgb2rgb_gmap(&params, ramp.p);
+    EXPECT_TRUE(ramp == Planes{});
 }
 
 class PanelCorrection : public ColorConversion {
@@ -150,23 +144,19 @@ protected:
     PccCoefficients pcc{};
 };
 
-TEST_F(PanelCorrection, IdentityLeavesUnitValuesUnchangedAndNullDoesNothing) {
+TEST_F(PanelCorrection, IdentityKeepsUnitValuesTheTuningFallbackSumsTheChannelsNullDoesNothing) {
     pcc.row[0][kPccR] = pcc.row[1][kPccG] = pcc.row[2][kPccB] = 1.0;
     panel_mapping_PCC(&params, in.p);
     EXPECT_TRUE(in == out);
-    params.pcc = nullptr;
-    pcc.row[0][kPccC] = 0.5;
-    panel_mapping_PCC(&params, in.p);
-    EXPECT_TRUE(in == out);
-}
-
-TEST_F(PanelCorrection, TuningFallbackSumsTheChannels) {
     for (auto& row : pcc.row) row[kPccR] = row[kPccG] = row[kPccB] = 1.0;
     Planes mixed{kLutPoints, 0.25f, 0.25f, 0.125f};
     panel_mapping_PCC(&params, mixed.p);
     EXPECT_EQ(mixed.v[0][0], 0.625f);
     EXPECT_EQ(mixed.v[2][0], 0.625f);
     EXPECT_EQ(mixed.v[1][kLutPoints - 1], 1.0f);  // 3.0 clamped
+    params.pcc = nullptr;
+    panel_mapping_PCC(&params, in.p);
+    EXPECT_TRUE(in == out);
 }
 
 TEST_F(PanelCorrection, ProductsRoundInSingleAndSumsInDouble) {
