@@ -2,8 +2,6 @@
 // back as the LUT it came from.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -19,9 +17,8 @@ namespace fs = std::filesystem;
 using namespace hdrtm::tool;
 
 std::string readAll(const fs::path& p) {
-    std::ifstream in(p);
     std::stringstream s;
-    s << in.rdbuf();
+    s << std::ifstream(p).rdbuf();
     return s.str();
 }
 
@@ -53,11 +50,8 @@ TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximum) {
     EXPECT_NE(text.find("ends at 1023 rather than 1024"), std::string::npos);
     const CubeTable t = readCube(path.string());
     ASSERT_EQ(t.size, kLutSize);
-    for (int i = 0; i < kLutEntries; ++i) {
-        for (int c = 0; c < 3; ++c) {
-            ASSERT_NEAR(t.values[i][c], lut_.codes[i][c] / 4095.0, 1e-6) << "entry " << i;
-        }
-    }
+    for (int i = 0; i < kLutEntries; ++i)
+        for (int c = 0; c < 3; ++c) ASSERT_NEAR(t.values[i][c], lut_.codes[i][c] / 4095.0, 1e-6) << "entry " << i;
     // The grid comment restores the true sample positions: 64i/1023, not i/16.
     EXPECT_FLOAT_EQ(t.positions[15], 960.0f / 1023.0f);
     EXPECT_FLOAT_EQ(t.positions[16], 1.0f);
@@ -79,12 +73,9 @@ TEST_F(LutFiles, NonUniformLutGetsItsGridPositionsBesideIt) {
 TEST_F(LutFiles, ReadingABadCubeNamesTheProblem) {
     const fs::path path = dir_ / "bad.cube";
     std::ofstream(path) << "LUT_3D_SIZE 2\n0 0 0\n1 1 1\n";
-    try {
-        readCube(path.string());
-        FAIL() << "a short LUT was accepted";
-    } catch (const std::runtime_error& e) {
-        EXPECT_NE(std::string(e.what()).find("has 2 entries; LUT_3D_SIZE 2 needs 8"), std::string::npos);
-    }
+    std::string what = "a short LUT was accepted";
+    try { readCube(path.string()); } catch (const std::runtime_error& e) { what = e.what(); }
+    EXPECT_NE(what.find("has 2 entries; LUT_3D_SIZE 2 needs 8"), std::string::npos) << what;
     std::ofstream(path) << "0 0 0\n";
     EXPECT_THROW(readCube(path.string()), std::runtime_error);
     EXPECT_THROW(readCube((dir_ / "missing.cube").string()), std::runtime_error);
@@ -112,7 +103,7 @@ CubeTable identityTable(const std::array<uint32_t, kLutSize>& grid) {
     return toCubeTable(lut);
 }
 
-TEST(Preview, LookUpReproducesAnIdentityOnEitherGridAndKeepsGreysOnTheAxis) {
+TEST(Preview, LookUpReproducesAnIdentityOnEitherGridKeepsGreysOnTheAxisAndRenders) {
     for (const auto& grid : {kUniformGrid, kNonUniformGrid}) {
         const CubeTable t = identityTable(grid);
         using Rgb = std::array<float, 3>;
@@ -130,40 +121,31 @@ TEST(Preview, LookUpReproducesAnIdentityOnEitherGridAndKeepsGreysOnTheAxis) {
         EXPECT_NEAR(out[0], x, 1e-6);
         EXPECT_NEAR(out[1], x, 1e-6);
     }
-}
-
-TEST(Preview, RendersBothSidesAndTheBandsIntoOneImage) {
-    const Image image = renderPreview(identityTable(kUniformGrid), "t", 64);
+    const Image image = renderPreview(identityTable(kUniformGrid), "t", 64);  // both sides, ten bands
     EXPECT_GT(image.width, 2 * 64);
     EXPECT_GT(image.height, 10 * 26);
     EXPECT_EQ(image.pixels.size(), static_cast<size_t>(image.width) * image.height * 3);
 }
 
 TMParams defaultParams() {
-    TMParams params;
-    std::memset(&params, 0, sizeof(params));
+    TMParams params{};
     set_default_vals(&params);
     return params;
 }
 
-TEST(CurvePlot, DefaultCurveRisesFromBlackToPeakAndTableFormAddsItsControlPoints) {
+TEST_F(LutFiles, CurvePlotRisesFromBlackToPeakTableFormAddsItsPointsWrittenAsSvgOrPng) {
     const CurvePlotData data = sampleToneCurve(defaultParams(), "t");
     ASSERT_EQ(data.curves.size(), 1u);  // defaults use the parametric form only
     const auto& pts = data.curves[0].points;
     for (size_t i = 1; i < pts.size(); ++i) ASSERT_GE(pts[i].second, pts[i - 1].second);
     EXPECT_NEAR(pts.front().second, 0.02, 5e-3);  // the toe starts at the panel black
     EXPECT_NEAR(pts.back().second, 500.0, 1e-2);
-
     TMParams tableForm = defaultParams();
     tableForm.version = 1;
     const CurvePlotData table = sampleToneCurve(tableForm, "t");
     EXPECT_EQ(table.curves.size(), 2u);
     ASSERT_EQ(table.controlPoints.size(), 17u);
     EXPECT_NEAR(table.controlPoints[16].second, 500.0, 1e-2);  // code 1023 is the panel peak
-}
-
-TEST_F(LutFiles, CurvePlotIsWrittenAsSvgOrPngAndOtherNamesAreRefused) {
-    const CurvePlotData data = sampleToneCurve(defaultParams(), "t");
     writeCurvePlot(data, (dir_ / "c.svg").string());
     writeCurvePlot(data, (dir_ / "c.png").string());
     EXPECT_EQ(readAll(dir_ / "c.svg").rfind("<svg", 0), 0u);
