@@ -58,7 +58,7 @@ std::vector<float> ramp(int steps, int first = 0) {
     return values;
 }
 
-TEST(TableDecoders, IndexByTruncationPerInMax) {
+TEST(TableDecoders, IndexByTruncationPerInMaxWithGuardsAndPlaneCounts) {
     Planes codes({0.0f, 512.0f, 512.9f, 1023.0f});
     st2084_inverse_tf(codes.p, codes.count(), 3, 1023, 10000);
     const float mid = 10000.0f * entry(kPqDecodeTable, 512);
@@ -79,9 +79,7 @@ TEST(TableDecoders, IndexByTruncationPerInMax) {
     HLG_inverse_tf(normalised.p, normalised.count(), 1, 1);
     for (int k = 0; k < kDecodeTableSize; ++k) EXPECT_EQ(normalised.b[k], entry(kHlgDecodeTable, k)) << k;
     EXPECT_EQ(normalised.r.back(), entry(kHlgDecodeTable, 511));
-}
 
-TEST(TableDecoders, GuardsAndPlaneCounts) {
     Planes planes({512.0f});
     st2084_inverse_tf(planes.p, 1, 3, 0, 1);
     st2084_inverse_tf(planes.p, 1, 0, 1023, 1);
@@ -163,7 +161,7 @@ TEST(Clipping, ReplacesOnlyOutOfRangeValues) {
     EXPECT_TRUE(std::isnan(Clipping(kNaN, 0.0f, 1.0f)));
 }
 
-TEST(Ootf, SystemGammaFollowsPeakAndTheInverseUndoesIt) {
+TEST(Ootf, SystemGammaFollowsPeakTheInverseUndoesItAndGainCarriesOverDarkSamples) {
     Planes grey({1.0f, 0.5f}), brighter({0.5f}), over({1.0f});
     OOTF_forward_tf(grey.p, 2, 0, 0, 1000.0f);
     EXPECT_NEAR(grey.r[0], 0.1f, 1e-6f);
@@ -183,18 +181,14 @@ TEST(Ootf, SystemGammaFollowsPeakAndTheInverseUndoesIt) {
         EXPECT_NEAR(planes.r[i], r[i], 8e-6f) << i;
         EXPECT_NEAR(planes.b[i], b[i], 8e-6f) << i;
     }
-}
-
-TEST(Ootf, NonPositiveLuminanceCarriesPreviousGain) {
-    Planes planes({0.0f, -0.1f, 0.5f, -0.5f, kNaN}, {0.0f, 0.02f, 0.5f, 0.01f, 0.01f},
-                  {0.0f, 0.0f, 0.5f, 0.0f, 0.0f});
-    OOTF_forward_tf(planes.p, planes.count(), 0, 0, 1000.0f);
-    EXPECT_EQ(planes.g[0], 0.0f);
-    EXPECT_EQ(planes.g[1], 0.0f);  // gain still 0 from the black first sample
-    EXPECT_EQ(planes.r[3], 0.0f);  // samples 3 and 4 reuse sample 2's gain
-    EXPECT_FLOAT_EQ(planes.g[3] * 50.0f, planes.g[2]);
-    EXPECT_TRUE(std::isnan(planes.r[4]));
-    EXPECT_FLOAT_EQ(planes.g[4] * 50.0f, planes.g[2]);
+    // A sample whose luminance is not above 0 carries the previous sample's gain.
+    Planes carried({0.0f, -0.1f, 0.5f, -0.5f, kNaN}, {0.0f, 0.02f, 0.5f, 0.01f, 0.01f}, {0.0f, 0.0f, 0.5f, 0.0f, 0.0f});
+    OOTF_forward_tf(carried.p, carried.count(), 0, 0, 1000.0f);
+    EXPECT_EQ(carried.g[1], 0.0f);  // gain still 0 from the black first sample
+    EXPECT_EQ(carried.r[3], 0.0f);  // samples 3 and 4 reuse sample 2's gain
+    EXPECT_FLOAT_EQ(carried.g[3] * 50.0f, carried.g[2]);
+    EXPECT_TRUE(std::isnan(carried.r[4]));
+    EXPECT_FLOAT_EQ(carried.g[4] * 50.0f, carried.g[2]);
 }
 
 }  // namespace
