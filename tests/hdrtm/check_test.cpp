@@ -2,6 +2,7 @@
 // about what the loader stores held against the loader itself.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -24,23 +25,17 @@ struct Rule {
     const char* text;  // part of the message
 };
 
-void PrintTo(const Rule& r, std::ostream* os) { *os << r.file << ":" << r.line << " " << r.text; }
-
 class CheckerRule : public ::testing::TestWithParam<Rule> {};
 
 TEST_P(CheckerRule, ReportsTheProblemAtItsLine) {
     const Rule& rule = GetParam();
     const CheckResult result = checkTuningFile(dataFile(rule.file));
-    bool found = false;
-    for (const Diagnostic& d : result.diagnostics) {
-        found = found || (d.line == rule.line && d.severity == rule.severity &&
-                          d.message.find(rule.text) != std::string::npos);
-    }
-    EXPECT_TRUE(found) << "no diagnostic \"" << rule.text << "\" at line " << rule.line;
+    EXPECT_TRUE(std::any_of(result.diagnostics.begin(), result.diagnostics.end(), [&](const Diagnostic& d) {
+        return d.line == rule.line && d.severity == rule.severity && d.message.find(rule.text) != std::string::npos;
+    })) << rule.file << ": no diagnostic \"" << rule.text << "\" at line " << rule.line;
 }
 
-constexpr Severity kError = Severity::kError;
-constexpr Severity kWarning = Severity::kWarning;
+using enum Severity;
 
 INSTANTIATE_TEST_SUITE_P(
     EveryRule, CheckerRule,
@@ -93,8 +88,7 @@ TEST(Checker, ClaimsAgreeWithTheLoader) {
     PccCoefficients pcc;
     std::memset(&pcc, 0x5A, sizeof(pcc));
     auto load = [&](const char* file) {
-        TMParams p;
-        std::memset(&p, 0, sizeof(p));
+        TMParams p{};
         p.pcc = &pcc;
         EXPECT_EQ(HDR_load_tone_mapping_xml(dataFile(file).c_str(), &p), 0) << file;
         return p;
