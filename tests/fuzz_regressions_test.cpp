@@ -43,10 +43,9 @@ TEST_P(FuzzReplay, EverySeedAndPastFailureRunsClean) {
     const std::vector<fs::path> files = inputsOf(GetParam().name);
     ASSERT_FALSE(files.empty());
     for (const fs::path& file : files) {
-        SCOPED_TRACE(file.string());
         std::ifstream in(file, std::ios::binary);
         const std::vector<uint8_t> input{std::istreambuf_iterator<char>(in), {}};
-        EXPECT_EQ(GetParam().harness(input.data(), input.size()), 0);
+        EXPECT_EQ(GetParam().harness(input.data(), input.size()), 0) << file;
     }
 }
 
@@ -61,25 +60,19 @@ INSTANTIATE_TEST_SUITE_P(Fuzzers, FuzzReplay,
 TEST(MissingRecords, CallIsRefusedAndNothingIsWritten) {
     HdrLayerColorInfo layers[2]{};
     HdrLayerLut layer{}, blend{};
-    uint8_t applied[kMaxLayers] = {0x77, 0x77, 0x77, 0x77};
-    HdrPlaybackInfo info{};
-    info.num_layers = 1;
-    info.layers = layers;
-    HdrLutSet luts{};
-    luts.layer_luts[0] = &layer;
-    luts.layer_lut_applied = applied;
-    luts.blend_lut = &blend;
     layer.enabled = blend.enabled = 0x77;
-    EXPECT_EQ(HDR_playback_strategies(nullptr, &luts), 0);
-    EXPECT_EQ(HDR_playback_strategies(&info, nullptr), 0);
-    info.layers = nullptr;
-    EXPECT_EQ(HDR_playback_strategies(&info, &luts), 0);
-    info.layers = layers;
-    luts.layer_lut_applied = nullptr;
-    EXPECT_EQ(HDR_playback_strategies(&info, &luts), 0);
-    luts.layer_lut_applied = applied;
-    luts.blend_lut = nullptr;
-    EXPECT_EQ(HDR_playback_strategies(&info, &luts), 0);
+    uint8_t applied[kMaxLayers] = {0x77, 0x77, 0x77, 0x77};
+    enum Missing { kInfo, kLuts, kLayers, kApplied, kBlend, kMissingCount };
+    for (int missing = kInfo; missing < kMissingCount; ++missing) {
+        HdrPlaybackInfo info{};
+        info.num_layers = 1;
+        info.layers = missing == kLayers ? nullptr : layers;
+        HdrLutSet luts{};
+        luts.layer_luts[0] = &layer;
+        luts.layer_lut_applied = missing == kApplied ? nullptr : applied;
+        luts.blend_lut = missing == kBlend ? nullptr : &blend;
+        EXPECT_EQ(HDR_playback_strategies(missing == kInfo ? nullptr : &info, missing == kLuts ? nullptr : &luts), 0) << missing;
+    }
     EXPECT_EQ(layer.enabled, 0x77);
     EXPECT_EQ(blend.enabled, 0x77);
     EXPECT_EQ(applied[0], 0x77);
