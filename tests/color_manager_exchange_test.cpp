@@ -4,21 +4,20 @@
 #include <krel/color_manager_sim.h>
 
 #include <cmath>
-#include <tuple>
 #include <cstring>
 #include <memory>
+#include <tuple>
 #include <vector>
 
-#include "playback_driver.h"
 #include "log_capture.h"
+#include "lut3d.h"
+#include "playback_driver.h"
 
 namespace {
 
 using krel::sim::Call;
 constexpr unsigned kCount = 17 * 17 * 17;
-// Non-uniform grid positions in 12-bit hardware coordinates (4096: one past the maximum).
-constexpr uint32_t kGrid12[17] = {0,    248,  492,  741,  1017, 1233, 1546, 1806, 1930,
-                                  2054, 2178, 2302, 2426, 2550, 2675, 3696, 4096};
+using hdrtm::kHardwareGridCodes;
 
 class Exchange : public ::testing::Test {
 protected:
@@ -35,7 +34,6 @@ TEST_F(Exchange, PackKeepsTopTwoBitsAndWrapsThroughTheMask) {
     lut[1] = 0x40000000u;
     set(1, 1023.9f, 1024.0f, 1500.0f);  // 1023; 1024 wraps to 0; 1500 wraps to 476
     set(2, -3.0f, NAN, 5e9f);           // 0; 0; saturated then masked to 1023
-    // Every entry of real LUTs is compared through the entry (playback_entry_test).
     EXPECT_EQ(hdrtm::packLayerLut(planes_, lut.data(), 17, 0), hdrtm::lutChecksum(planes_, kCount, 0));
     EXPECT_EQ(lut[0], 0xC0000000u);
     EXPECT_EQ(lut[1], 0x40000000u | 1023u | (476u << 20));
@@ -65,13 +63,13 @@ TEST_F(Exchange, PayloadCarriesTruncatedOutputsAndOptionalInputs) {
         ASSERT_EQ(e.out_g | e.in_r | e.in_g | e.in_b, 0u);
         ASSERT_EQ(e.out_b, 4095u);
     }
-    hdrtm::buildLutPayload(planes_, kGrid12, false, record.get(), &request);
+    hdrtm::buildLutPayload(planes_, kHardwareGridCodes, false, record.get(), &request);
     EXPECT_EQ(record->uniform, 0u);
     for (unsigned k = 0; k < kCount; ++k) {
         const auto& e = record->entries[k];
-        ASSERT_EQ(e.in_r, kGrid12[k % 17]);
-        ASSERT_EQ(e.in_g, kGrid12[k / 17 % 17]);
-        ASSERT_EQ(e.in_b, kGrid12[k / 289]);
+        ASSERT_EQ(e.in_r, kHardwareGridCodes[k % 17]);
+        ASSERT_EQ(e.in_g, kHardwareGridCodes[k / 17 % 17]);
+        ASSERT_EQ(e.in_b, kHardwareGridCodes[k / 289]);
     }
     const auto grid = log_.lines();
     ASSERT_EQ(grid.size(), 17u);
