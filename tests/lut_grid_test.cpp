@@ -57,15 +57,18 @@ protected:
     void SetUp() override { std::fill(std::begin(out), std::end(out), Color10Bit{0, 0, 0, 3}); }
 };
 
-TEST_F(IndexTable, UniformGridIsIdentityAndKeepsTopBits) {
+TEST_F(IndexTable, UniformGridIsIdentityKeepsTopBitsAndAShortRowStaysInItsLastSegment) {
     Grid grid(hdrtm::kUniformGridCodes);
+    grid.rows[2][16] = 1000;  // B ends below 1023: inputs above 1000 use segment 15
     nonuniformity_mapping(grid.rows, out);
     for (unsigned int t = 0; t < 129; ++t) {
         const unsigned int expected = t < 128 ? 8 * t : 1023;
         EXPECT_EQ(out[t].r, expected);
-        EXPECT_EQ(out[t].b, expected);
+        EXPECT_EQ(out[t].g, expected);
         EXPECT_EQ(out[t].caller_bits, 3u);
     }
+    EXPECT_EQ(out[124].b, (8u * 960 + 20 + 32 * 1023) / 40);  // 992 inside 960..1000
+    EXPECT_EQ(out[127].b, 1048u & 0x3FF);  // 1016 extrapolates to 1048; low 10 bits kept
 }
 
 TEST_F(IndexTable, NonUniformGridInterpolatesBetweenPositions) {
@@ -76,14 +79,6 @@ TEST_F(IndexTable, NonUniformGridInterpolatesBetweenPositions) {
     EXPECT_EQ(out[8].r, (59u * 64 + 30 + 2 * 128) / 61);  // 2 codes past point 1 (62)
     for (int t = 1; t < 129; ++t) EXPECT_GE(out[t].r, out[t - 1].r) << t;
     EXPECT_EQ(out[0].g, 32u);  // the rounded-up midpoint ((0 + 1) + 64) / 2
-}
-
-TEST_F(IndexTable, ShortRowStaysInItsLastSegment) {
-    Grid grid(hdrtm::kUniformGridCodes);
-    grid.rows[2][16] = 1000;  // B ends below 1023: inputs above 1000 use segment 15
-    nonuniformity_mapping(grid.rows, out);
-    EXPECT_EQ(out[124].b, (8u * 960 + 20 + 32 * 1023) / 40);  // 992 inside 960..1000
-    EXPECT_EQ(out[127].b, 1048u & 0x3FF);  // 1016 extrapolates to 1048; low 10 bits kept
 }
 
 }  // namespace
