@@ -18,16 +18,14 @@ std::array<float, 3> boost(std::array<float, 3> rgb, uint32_t direction, float t
     return rgb;
 }
 
-TEST(Saturation, GainRisesFromOneToTheMaximum) {
+// The gain rises from 1 to its maximum. Saturated red is at the chroma limit
+// already. Only a grey whose chroma rounds to exactly 0 turns NaN inverse:
+// black always, 0.25 not (Cr 9e-10).
+TEST(Saturation, GainRisesAndBoostKeepsLumaAndLegalChroma) {
     EXPECT_EQ(satGain(0.0099f, 100.0f, 1000.0f, 1.5f), 1.0f);
     EXPECT_FLOAT_EQ(satGain(0.01f, 100.0f, 1000.0f, 1.5f), 1.0f);
     EXPECT_FLOAT_EQ(satGain(0.055f, 100.0f, 1000.0f, 1.5f), 1.25f);
     EXPECT_EQ(satGain(0.1f, 100.0f, 1000.0f, 1.5f), 1.5f);
-}
-
-// Saturated red is at the chroma limit already. Only a grey whose chroma
-// rounds to exactly 0 turns NaN inverse: black always, 0.25 not (Cr 9e-10).
-TEST(Saturation, BoostKeepsLumaAndLegalChroma) {
     const std::array<float, 3> red = boost({1.0f, 0.0f, 0.0f}, MAP_FORWARD, 2000.0f);
     for (int c = 0; c < 3; ++c) EXPECT_NEAR(red[c], c == 0 ? 1.0f : 0.0f, 2e-6f) << c;
     const std::array<float, 3> in = {0.3f, 0.2f, 0.1f};
