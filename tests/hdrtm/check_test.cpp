@@ -11,10 +11,7 @@
 
 namespace {
 
-using hdrtm::tool::CheckResult;
-using hdrtm::tool::checkTuningFile;
-using hdrtm::tool::Diagnostic;
-using hdrtm::tool::Severity;
+using namespace hdrtm::tool;
 
 std::string dataFile(const std::string& name) { return std::string(HDRTM_CHECK_DATA_DIR) + "/" + name; }
 
@@ -40,7 +37,6 @@ using enum Severity;
 INSTANTIATE_TEST_SUITE_P(
     EveryRule, CheckerRule,
     ::testing::Values(
-        Rule{"root_only.xml", 2, kWarning, "<panel_max_luminance> is missing: falls back to 800"},
         Rule{"root_only.xml", 2, kWarning, "<output_gamma_space> is missing: falls back to space 2p2"},
         Rule{"root_only.xml", 2, kWarning, "<bright> is missing: falls back to enable 0, tlower 0.05"},
         Rule{"root_only.xml", 2, kWarning, "<tone_map> is missing: falls back to the built-in"},
@@ -56,7 +52,6 @@ INSTANTIATE_TEST_SUITE_P(
         Rule{"unknown_element.xml", 4, kWarning, "unknown element <enabel> in <bright>"},
         Rule{"unknown_element.xml", 5, kWarning, "unknown element <backlight>"},
         Rule{"repeated_element.xml", 4, kWarning, "only the first (line 3) counts"},
-        Rule{"truncated.xml", 3, kError, "70000 does not fit in 16 bits: the loader stores 4464"},
         Rule{"truncated.xml", 4, kError, "256 does not fit in 8 bits: the loader stores 0"},
         Rule{"switch_value.xml", 3, kWarning, "2 is neither 0 nor 1"},
         Rule{"not_positive.xml", 3, kError, "-0.1 must not be negative"},
