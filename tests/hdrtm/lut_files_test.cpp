@@ -41,7 +41,7 @@ protected:
     Lut3d lut_;
 };
 
-TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximum) {
+TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximumWithItsGridAndBadOnesAreNamed) {
     const fs::path path = dir_ / "a.cube";
     writeCube(path.string(), lut_, "t", {"configuration: x", "checksum: 42"});
     const std::string text = readAll(path);
@@ -55,9 +55,7 @@ TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximum) {
     // The grid comment restores the true sample positions: 64i/1023, not i/16.
     EXPECT_FLOAT_EQ(t.positions[15], 960.0f / 1023.0f);
     EXPECT_FLOAT_EQ(t.positions[16], 1.0f);
-}
-
-TEST_F(LutFiles, NonUniformLutGetsItsGridPositionsBesideIt) {
+    // A non-uniform LUT gets its grid positions beside it.
     lut_.grid = kNonUniformGrid;
     lut_.uniformGrid = false;
     writeCube((dir_ / "h.cube").string(), lut_, "t", {});
@@ -68,10 +66,6 @@ TEST_F(LutFiles, NonUniformLutGetsItsGridPositionsBesideIt) {
     EXPECT_NE(grid.find(" 1    62 0.060606 248\n"), std::string::npos);
     EXPECT_NE(grid.find("16  1023 1.000000 4096\n"), std::string::npos);
     EXPECT_FLOAT_EQ(readCube((dir_ / "h.cube").string()).positions[1], 62.0f / 1023.0f);
-}
-
-TEST_F(LutFiles, ReadingABadCubeNamesTheProblem) {
-    const fs::path path = dir_ / "bad.cube";
     std::ofstream(path) << "LUT_3D_SIZE 2\n0 0 0\n1 1 1\n";
     std::string what = "a short LUT was accepted";
     try { readCube(path.string()); } catch (const std::runtime_error& e) { what = e.what(); }
