@@ -1,9 +1,8 @@
 // Pins every pipeline's float output bit for bit, before the truncation to
-// codes that the golden LUT test sees: a one-ulp change anywhere upstream
-// shows here. Parameter sets cover both curve forms, every gamut and output
-// branch, the brightness, saturation and linear-scale sections, both mapping
-// directions and a non-identity panel correction.
-//   HDRTM_UPDATE_GOLDEN=1 rewrites tests/data/golden_planes.txt.
+// codes: a one-ulp change anywhere upstream shows here. Parameter sets cover
+// both curve forms, every gamut and output branch, the brightness, saturation
+// and linear-scale sections, both mapping directions and a non-identity panel
+// correction. HDRTM_UPDATE_GOLDEN=1 rewrites tests/data/golden_planes.txt.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,8 +17,6 @@
 #include "trimC_golden.h"
 
 namespace {
-
-constexpr int kSamples = 17 * 17 * 17;
 
 struct Variant {
     const char* name;
@@ -92,8 +89,8 @@ std::vector<std::string> computeAll() {
             TMParams p = baseParams(&pcc);
             variant.apply(p);
             p.inverse_bt2020_luma = pipeline.inverseBt2020Luma;
-            std::vector<float> planes(3 * kSamples, -1.0f);
-            float* ptr[3] = {planes.data(), planes.data() + kSamples, planes.data() + 2 * kSamples};
+            std::vector<float> planes(3 * hdrtm::kLutPoints, -1.0f);
+            float* ptr[3] = {planes.data(), planes.data() + hdrtm::kLutPoints, planes.data() + 2 * hdrtm::kLutPoints};
             pipeline.run(&p, ptr);
             Fnv1a64 fnv;
             for (float v : planes) fnv.add(std::isnan(v) ? static_cast<const void*>(&kCanonicalNaN) : &v, 4);
