@@ -51,25 +51,21 @@ TEST_F(Exchange, ChecksumAddsBlueAsAFloatAndWraps) {
 }
 
 TEST_F(Exchange, PayloadCarriesTruncatedOutputsAndOptionalInputs) {
-    auto record = std::make_unique<hdrtm::HardwareLutRecord>();
+    auto uniform = std::make_unique<hdrtm::HardwareLutRecord>(), graded = std::make_unique<hdrtm::HardwareLutRecord>();
     hdrtm::HardwareLutRequest request;
-    std::memset(record.get(), 0xFF, sizeof(*record));
+    std::memset(uniform.get(), 0xFF, sizeof(*uniform));
     for (unsigned k = 0; k < kCount; ++k) set(k, k * 0.5f, -1.0f, 4095.99f);
-    hdrtm::buildLutPayload(planes_, nullptr, false, record.get(), &request);
-    EXPECT_EQ(record->uniform, 1u);
+    hdrtm::buildLutPayload(planes_, nullptr, false, uniform.get(), &request);
+    hdrtm::buildLutPayload(planes_, kHardwareGridCodes, false, graded.get(), &request);
+    EXPECT_EQ(uniform->uniform, 1u);
+    EXPECT_EQ(graded->uniform, 0u);
     for (unsigned k = 0; k < kCount; ++k) {
-        const auto& e = record->entries[k];
+        const auto &e = uniform->entries[k], &h = graded->entries[k];
         ASSERT_EQ(e.out_r, k / 2);
         ASSERT_EQ(e.out_g | e.in_r | e.in_g | e.in_b, 0u);
         ASSERT_EQ(e.out_b, 4095u);
-    }
-    hdrtm::buildLutPayload(planes_, kHardwareGridCodes, false, record.get(), &request);
-    EXPECT_EQ(record->uniform, 0u);
-    for (unsigned k = 0; k < kCount; ++k) {
-        const auto& e = record->entries[k];
-        ASSERT_EQ(e.in_r, kHardwareGridCodes[k % 17]);
-        ASSERT_EQ(e.in_g, kHardwareGridCodes[k / 17 % 17]);
-        ASSERT_EQ(e.in_b, kHardwareGridCodes[k / 289]);
+        ASSERT_EQ(std::make_tuple(h.in_r, h.in_g, h.in_b),
+                  std::make_tuple(kHardwareGridCodes[k % 17], kHardwareGridCodes[k / 17 % 17], kHardwareGridCodes[k / 289]));
     }
     const auto grid = log_.lines();
     ASSERT_EQ(grid.size(), 17u);
