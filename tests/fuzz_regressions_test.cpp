@@ -1,7 +1,6 @@
-// Every fuzz seed and every input that once made a fuzzer fail, replayed
-// through the fuzzers' own harnesses (built without libFuzzer) in every run of
-// the suite; a harness aborts naming the broken property. Also: entry calls
-// that lack one of their records.
+// Every fuzz seed and past fuzzer failure, replayed through the fuzzers' own
+// harnesses (a harness aborts naming the broken property); entry calls that
+// lack one of their records.
 #include <gtest/gtest.h>
 
 #include <algorithm>
