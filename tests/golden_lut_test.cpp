@@ -17,7 +17,7 @@
 #include "fresh_process.h"
 #include "hdr_tm.h"
 #include "log_capture.h"
-#include "trimC_golden.h"
+#include "golden_file.h"
 #include "tuning_path.h"
 
 namespace {

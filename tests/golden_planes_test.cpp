@@ -14,7 +14,7 @@
 
 #include "hdr_tm.h"
 #include "lut3d.h"
-#include "trimC_golden.h"
+#include "golden_file.h"
 
 namespace {
 
