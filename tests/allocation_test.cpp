@@ -29,14 +29,16 @@
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
     HDRTM_HAS_FEATURE(address_sanitizer) || HDRTM_HAS_FEATURE(thread_sanitizer)
 #define HDRTM_COUNT_MALLOC 0
-#define HDRTM_RAW(name) std::name
+inline void* rawMalloc(size_t size) { return std::malloc(size); }
+inline void rawFree(void* block) { std::free(block); }
 #else
 #define HDRTM_COUNT_MALLOC 1
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* __libc_calloc(size_t count, size_t size);
 extern "C" void* __libc_realloc(void* block, size_t size);
 extern "C" void __libc_free(void* block);
-#define HDRTM_RAW(name) __libc_##name
+inline void* rawMalloc(size_t size) { return __libc_malloc(size); }
+inline void rawFree(void* block) { __libc_free(block); }
 #endif
 
 namespace {
@@ -70,13 +72,13 @@ struct Counter {
 Counter gCounter;
 
 void* countedMalloc(size_t size) {
-    void* block = HDRTM_RAW(malloc)(size);
+    void* block = rawMalloc(size);
     gCounter.taken(block, size);
     return block;
 }
 void countedFree(void* block) {
     gCounter.released(block);
-    HDRTM_RAW(free)(block);
+    rawFree(block);
 }
 
 }  // namespace
