@@ -4,8 +4,10 @@
 #include <cmath>
 #include <limits>
 #include <tuple>
+#include <vector>
 
 #include "hdr_tm.h"
+#include "tone_curve.h"
 #include "transfer_functions.h"
 
 namespace {
@@ -39,6 +41,46 @@ TEST_F(ParametricCurve, PiecesMeetAtTheJoinsAndTheInverseUndoesForwardInBothMode
         EXPECT_NEAR(inverse(forward(x)), x, 1e-4f) << x;
         EXPECT_NEAR(inverse(forward(x, 0, xMax), 0, xMax), x, 1e-4f) << x;
         EXPECT_NEAR(forward(x, 0, xMax), forward(x), 1e-5f) << x;
+    }
+}
+
+// The pieces one test after another, each with its own formula.
+float pieceByPiece(const hdrtm::LogCurve& c, float x) {
+    if (x < c.xMin) return c.yMin;
+    if (x < c.xToe) {
+        const float e = c.toeExponent;
+        return c.yMin + (c.xToe - c.xMin) * (c.slope / e) * powf((x - c.xMin) / (c.xToe - c.xMin), e);
+    }
+    if (x < c.xShoulder) return c.slope * x + c.intercept;
+    if (x <= c.xMax) {
+        const float k = c.shoulderExponent;
+        return c.yMax - c.shoulderSpan * (c.slope / k) * powf((c.xMax - x) / c.shoulderSpan, k);
+    }
+    return c.yMax;
+}
+
+// The curve runs block by block without branches: every point, joins and
+// their neighbours included, gets the bits of its piece's formula, also for a
+// tuning whose toe ends before it starts.
+TEST_F(ParametricCurve, RunsOfPointsGetEachPieceFormulaBitForBit) {
+    const float inf = std::numeric_limits<float>::infinity();
+    for (float toeEnd : {yToe, std::log10(0.0001f)}) {
+        for (unsigned char mode : {0, 1}) {
+            const hdrtm::LogCurve c = hdrtm::makeLogCurve(yMin, yMax, 2.0f, std::log10(400.0f), mode,
+                                                          xMin, toeEnd, yShoulder, intercept, slope);
+            std::vector<float> x = {kNaN, inf, -inf};
+            for (float join : {c.xMin, c.xToe, c.xShoulder, c.xMax}) {
+                x.insert(x.end(), {std::nextafter(join, -inf), join, std::nextafter(join, inf)});
+            }
+            for (float v = c.xMin - 1.0f; v < c.xMax + 1.0f; v += 0.007f) x.push_back(v);
+            std::vector<float> y = x;
+            hdrtm::logCurveForward(c, y.data(), static_cast<uint32_t>(y.size()));
+            for (size_t i = 0; i < x.size(); ++i) {
+                const float expected = pieceByPiece(c, x[i]);
+                EXPECT_TRUE(y[i] == expected || (std::isnan(y[i]) && std::isnan(expected)))
+                    << "mode " << int(mode) << " x " << x[i] << ": " << y[i] << " vs " << expected;
+            }
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "tm_stages.h"
 #include "transfer_functions.h"
@@ -25,8 +26,11 @@ constexpr float kPanelDecodeGamma = 2.2f;
 constexpr float kMinLuminanceFloor = floatFromBits(0x3356BF96);
 // Base of the curve's logarithms.
 constexpr float kLogBase = 10.0f;
-// Points the forward luminance mapping takes through the curve at a time.
+// Points the curve and the forward luminance mapping work on at a time, with
+// their scratch on the stack.
 constexpr uint32_t kCurveBlock = 256;
+// Placeholder log luminance of a point that is not positive.
+constexpr float kNotMapped = std::numeric_limits<float>::quiet_NaN();
 
 }  // namespace
 
@@ -52,24 +56,59 @@ LogCurve makeLogCurve(float yMin, float yMax, float k, float xMax, unsigned char
         c.shoulderExponent = c.shoulderSpan * slope / (yMax - yShoulder);
     }
     c.toeExponent = (c.xToe - xMin) * slope / (yToe - yMin);
+    c.toeWidth = c.xToe - xMin;
+    c.toeGain = c.toeWidth * (slope / c.toeExponent);
+    c.shoulderGain = c.shoulderSpan * (slope / c.shoulderExponent);
     return c;
 }
 
 // The toe and the shoulder meet the straight segment with equal slope. A NaN
 // input fails every test and takes the last piece.
-float logCurveForward(const LogCurve& c, float x) {
-    if (x < c.xMin) return c.yMin;
-    if (x < c.xToe) {
-        const float e = c.toeExponent;
-        return c.yMin + (c.xToe - c.xMin) * (c.slope / e) * powf((x - c.xMin) / (c.xToe - c.xMin), e);
+//
+// Block by block, in two passes: the first finds each point's piece and works
+// out everything but the power, without a branch, so that it vectorises; the
+// second makes the toe and shoulder powers, in point order. Every value is the
+// one the pieces' own formulas give (yMax - g p is yMax + (-g) p exactly).
+HDRTM_VECTOR_CLONES
+void logCurveForward(const LogCurve& curve, float* values, uint32_t count) {
+    // Scalars, not the record's fields, so that the compiler sees they do
+    // not change while the scratch is written.
+    const float xMin = curve.xMin, xToe = curve.xToe, xShoulder = curve.xShoulder;
+    const float xMax = curve.xMax, yMin = curve.yMin, yMax = curve.yMax;
+    const float slope = curve.slope, intercept = curve.intercept;
+    const float toeWidth = curve.toeWidth, shoulderSpan = curve.shoulderSpan;
+    const float toeExponent = curve.toeExponent, shoulderExponent = curve.shoulderExponent;
+    const float toeGain = curve.toeGain, shoulderGain = -curve.shoulderGain;
+    float base[kCurveBlock];
+    float exponent[kCurveBlock];
+    float gain[kCurveBlock];
+    uint32_t needsPower[kCurveBlock];
+    for (uint32_t start = 0; start < count; start += kCurveBlock) {
+        float* const x = values + start;
+        const uint32_t n = std::min(count - start, kCurveBlock);
+        for (uint32_t j = 0; j < n; ++j) {
+            const float v = x[j];
+            const bool pastMin = !(v < xMin);
+            const bool toe = pastMin & (v < xToe);
+            const bool pastToe = pastMin & !(v < xToe);
+            const bool linear = pastToe & (v < xShoulder);
+            const bool shoulder = pastToe & !(v < xShoulder) & (v <= xMax);
+            const float toeBase = (v - xMin) / toeWidth;
+            const float shoulderBase = (xMax - v) / shoulderSpan;
+            base[j] = toe ? toeBase : shoulderBase;
+            exponent[j] = toe ? toeExponent : shoulderExponent;
+            gain[j] = toe ? toeGain : shoulderGain;
+            // A toe or shoulder point holds its piece's end value until its
+            // power is added.
+            float y = pastMin ? yMax : yMin;
+            y = linear ? slope * v + intercept : y;
+            x[j] = toe ? yMin : y;
+            needsPower[j] = toe | shoulder;
+        }
+        for (uint32_t j = 0; j < n; ++j) {
+            if (needsPower[j]) x[j] = x[j] + gain[j] * powf(base[j], exponent[j]);
+        }
     }
-    if (x < c.xShoulder) return c.slope * x + c.intercept;
-    if (x <= c.xMax) {
-        const float k = c.shoulderExponent;
-        const float span = c.shoulderSpan;
-        return c.yMax - span * (c.slope / k) * powf((c.xMax - x) / span, k);
-    }
-    return c.yMax;
 }
 
 float logCurveInverse(const LogCurve& c, float y) {
@@ -119,7 +158,8 @@ float logTM(float x, float yMin, float yMax, float k, float xMax, unsigned char 
             float yToe, float yShoulder, float intercept, float slope) {
     const hdrtm::LogCurve curve =
         hdrtm::makeLogCurve(yMin, yMax, k, xMax, mode, xMin, yToe, yShoulder, intercept, slope);
-    return hdrtm::logCurveForward(curve, x);
+    hdrtm::logCurveForward(curve, &x, 1);
+    return x;
 }
 
 float logTMInverse(float y, float yMin, float yMax, float k, float xMax, unsigned char mode,
@@ -245,17 +285,17 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
         for (uint32_t start = 0; start < count; start += kCurveBlock) {
             float* const y = lumaOut + start;
             const uint32_t n = std::min(count - start, kCurveBlock);
+            // A point that is not positive gets NaN, which the curve passes
+            // through without a power; its result is not used.
             for (uint32_t j = 0; j < n; ++j) {
-                mapped[j] = y[j] > 0.0f ? log10f(y[j] * kNitsPerUnit) : 0.0f;
+                mapped[j] = y[j] > 0.0f ? log10f(y[j] * kNitsPerUnit) : kNotMapped;
             }
             if (useTable) {
                 for (uint32_t j = 0; j < n; ++j) {
                     if (y[j] > 0.0f) mapped[j] = logTM_LUT(mapped[j], table);
                 }
             } else {
-                for (uint32_t j = 0; j < n; ++j) {
-                    if (y[j] > 0.0f) mapped[j] = logCurveForward(curve, mapped[j]);
-                }
+                logCurveForward(curve, mapped, n);
             }
             for (uint32_t j = 0; j < n; ++j) {
                 if (y[j] > 0.0f) mapped[j] = powf(kLogBase, mapped[j]);

@@ -27,12 +27,16 @@ struct LogCurve {
     float toeExponent;           // e
     float shoulderExponent;      // k
     float shoulderSpan;          // xMax - xShoulder
+    float toeWidth;              // xToe - xMin
+    float toeGain;               // toeWidth * (slope / e)
+    float shoulderGain;          // shoulderSpan * (slope / k)
 };
 
 LogCurve makeLogCurve(float yMin, float yMax, float k, float xMax, unsigned char mode, float xMin,
                       float yToe, float yShoulder, float intercept, float slope);
-// x (log10 nits of the content) to y (log10 nits on the panel).
-float logCurveForward(const LogCurve& curve, float x);
+// x (log10 nits of the content) to y (log10 nits on the panel), for `count`
+// values in place.
+void logCurveForward(const LogCurve& curve, float* values, uint32_t count);
 // y back to x.
 float logCurveInverse(const LogCurve& curve, float y);
 
