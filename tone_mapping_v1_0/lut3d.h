@@ -46,7 +46,7 @@ void applyFixedGamutMatrix(float** planes, unsigned int count, uint32_t panelCol
 void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGammaSpace,
                           float outputGammaVal);
 
-// HLG OETF of scene light in place (x times 12, then hlgEncodeTimes12).
+// HLG OETF of scene light in place.
 void encodeHlgOetf(float** planes, unsigned int count);
 
 // Clamp to [0, 1] (NaN passes), then multiply by 2^(outBitDepth mod 32) - 1.

@@ -146,14 +146,27 @@ float bt709Encode(float linear) {
     return powf(linear, kBt709Exponent) * kBt709Gain + kBt709Offset;
 }
 
-// Square root up to and including the knee, logarithm above it.
-float hlgEncodeTimes12(float sceneTimes12) {
-    if (sceneTimes12 <= kHlgKneeTimes12) return sqrtf(sceneTimes12) * kHlgRootScale;
-    return logf(sceneTimes12 + kHlgMinusB) * kHlgA + kHlgC;
-}
-
+// Square root up to and including the knee, logarithm above it (NaN too).
+// Block by block: a vectorised pass takes every root and leaves a sample above
+// the knee holding its log's argument, then the logs run in a loop of their
+// own, in sample order.
+HDRTM_VECTOR_CLONES
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
-    for (unsigned int i = 0; i < count; ++i) samples[i] = hlgEncodeTimes12(samples[i] * scale);
+    constexpr unsigned int kBlock = 256;
+    uint32_t aboveKnee[kBlock];
+    for (unsigned int start = 0; start < count; start += kBlock) {
+        float* const s = samples + start;
+        const unsigned int n = std::min(count - start, kBlock);
+        for (unsigned int j = 0; j < n; ++j) {
+            const float x = s[j] * scale;
+            const bool root = x <= kHlgKneeTimes12;
+            aboveKnee[j] = !root;
+            s[j] = root ? sqrtf(x) * kHlgRootScale : x + kHlgMinusB;
+        }
+        for (unsigned int j = 0; j < n; ++j) {
+            if (aboveKnee[j]) s[j] = logf(s[j]) * kHlgA + kHlgC;
+        }
+    }
 }
 
 }  // namespace hdrtm
@@ -199,10 +212,10 @@ void HLG_forward_tf(float** planes, unsigned int count, unsigned short planeCoun
     const unsigned int used = planesToConvert(planeCount);
     for (unsigned int c = 0; c < used; ++c) {
         float* p = planes[c];
-        for (unsigned int i = 0; i < count; ++i) {
-            // Not clamped: a negative sample gives NaN from the square root.
-            p[i] = hlgEncodeTimes12(p[i] / in * kHlgSceneScale) * out;
-        }
+        for (unsigned int i = 0; i < count; ++i) p[i] = p[i] / in;
+        // Not clamped: a negative sample gives NaN from the square root.
+        hlgEncodeScaledSamples(p, count, kHlgSceneScale);
+        for (unsigned int i = 0; i < count; ++i) p[i] = p[i] * out;
     }
 }
 

@@ -31,9 +31,8 @@ float srgbEncode(float linear);
 float bt709Encode(float linear);
 // Scene light is scaled by 12 so that the HLG knee 1/12 becomes 1.0.
 constexpr float kHlgSceneScale = 12.0f;
-// HLG OETF of scene light already multiplied by 12 (so the knee is at 1.0).
-float hlgEncodeTimes12(float sceneTimes12);
-// samples[i] = hlgEncodeTimes12(samples[i] * scale) for `count` samples.
+// HLG OETF, in place, of `count` samples of scene light times `scale`; a
+// scale of 12 puts the knee at 1.0.
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale);
 
 }  // namespace hdrtm
