@@ -112,19 +112,27 @@ void encodePlanes(float** planes, unsigned int count, unsigned int planeCount,
 }
 
 // Replaces each luminance y of `count` samples by its gain numerator / y *
-// power(y), block by block so that the powers overlap. A sample whose
-// luminance is not positive (or NaN) keeps the previous sample's gain, on
-// purpose; the first such sample gets 0.
-template <typename Power>
-void luminanceToCarriedGain(float* luminance, unsigned int count, float numerator, Power power) {
+// base(y)^exponent, block by block: the bases and the gains in vectorised
+// passes, the powers in a loop of their own. A sample whose luminance is not
+// positive (or NaN) keeps the previous sample's gain, on purpose; the first
+// such sample gets 0.
+template <typename Base>
+void luminanceToCarriedGain(float* luminance, unsigned int count, float numerator, Base base,
+                            float exponent) {
     float carried = 0.0f;
     float powers[kOotfBlock];
     for (unsigned int start = 0; start < count; start += kOotfBlock) {
         float* const y = luminance + start;
         const unsigned int n = std::min(count - start, kOotfBlock);
-        for (unsigned int j = 0; j < n; ++j) powers[j] = y[j] > 0.0f ? power(y[j]) : 0.0f;
+        for (unsigned int j = 0; j < n; ++j) powers[j] = base(y[j]);
         for (unsigned int j = 0; j < n; ++j) {
-            if (y[j] > 0.0f) carried = (numerator / y[j]) * powers[j];
+            powers[j] = y[j] > 0.0f ? powf(powers[j], exponent) : 0.0f;
+        }
+        // The quotient is taken for every sample and kept only where the
+        // luminance is positive, so that the loop vectorises.
+        for (unsigned int j = 0; j < n; ++j) powers[j] = (numerator / y[j]) * powers[j];
+        for (unsigned int j = 0; j < n; ++j) {
+            if (y[j] > 0.0f) carried = powers[j];
             y[j] = carried;
         }
     }
@@ -290,7 +298,7 @@ void OOTF_forward_tf(float** planes, unsigned int count, unsigned short, unsigne
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) gain[i] = bt2020Luminance(r[i], g[i], b[i]);
     // Gain peak * Y^(gamma - 1), as (peak / Y) * Y^gamma.
-    luminanceToCarriedGain(gain, count, peak, [gamma](float y) { return powf(y, gamma); });
+    luminanceToCarriedGain(gain, count, peak, [](float y) { return y; }, gamma);
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         r[i] = clampUnitKeepNaN(r[i] * gain[i] / kNitsPerUnit);
@@ -315,8 +323,8 @@ void OOTF_inverse_tf(float** planes, unsigned int count, unsigned short, unsigne
         gain[i] = bt2020Luminance(r[i], g[i], b[i]) * kNitsPerUnit;
     }
     // Gain (10000 / Yd) * (Yd / peak)^(1 / gamma).
-    luminanceToCarriedGain(gain, count, kNitsPerUnit,
-                           [peak, inverseGamma](float y) { return powf(y / peak, inverseGamma); });
+    luminanceToCarriedGain(gain, count, kNitsPerUnit, [peak](float y) { return y / peak; },
+                           inverseGamma);
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         r[i] = clampUnitKeepNaN(r[i] * gain[i]);
