@@ -22,16 +22,23 @@ void fillPlanesFromAxes(const float (*axisValues)[kGridPointsPerAxis], float** p
                         unsigned int n) {
     // A row holds 17 points: a larger count fills the 17-point grid.
     const int points = static_cast<int>(std::min(n, static_cast<unsigned int>(kGridPointsPerAxis)));
+    // The axes in locals: the planes could otherwise overlap them, and every
+    // store would reload them.
+    float axes[kPlaneCount][kGridPointsPerAxis];
+    for (int axis = 0; axis < kPlaneCount; ++axis) {
+        for (int p = 0; p < points; ++p) axes[axis][p] = axisValues[axis][p];
+    }
     float* red = planes[0];
     float* green = planes[1];
     float* blue = planes[2];
     for (int b = 0; b < points; ++b) {
         for (int g = 0; g < points; ++g) {
+            const int row = (b * points + g) * points;
+            HDRTM_INDEPENDENT_POINTS
             for (int r = 0; r < points; ++r) {
-                const int i = (b * points + g) * points + r;
-                red[i] = axisValues[0][r];
-                green[i] = axisValues[1][g];
-                blue[i] = axisValues[2][b];
+                red[row + r] = axes[0][r];
+                green[row + r] = axes[1][g];
+                blue[row + r] = axes[2][b];
             }
         }
     }
