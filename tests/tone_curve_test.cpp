@@ -49,7 +49,8 @@ float pieceByPiece(const hdrtm::LogCurve& c, float x) {
     if (x < c.xMin) return c.yMin;
     if (x < c.xToe) {
         const float e = c.toeExponent;
-        return c.yMin + (c.xToe - c.xMin) * (c.slope / e) * powf((x - c.xMin) / (c.xToe - c.xMin), e);
+        return c.yMin +
+               (c.xToe - c.xMin) * (c.slope / e) * powf((x - c.xMin) / (c.xToe - c.xMin), e);
     }
     if (x < c.xShoulder) return c.slope * x + c.intercept;
     if (x <= c.xMax) {
@@ -59,26 +60,48 @@ float pieceByPiece(const hdrtm::LogCurve& c, float x) {
     return c.yMax;
 }
 
+float pieceByPieceInverse(const hdrtm::LogCurve& c, float y) {
+    if (y < c.yMin) return c.xMin;
+    if (y < c.yToe) {
+        const float e = c.toeExponent;
+        return c.xMin +
+               (c.xToe - c.xMin) * powf((y - c.yMin) / (c.xToe - c.xMin) * e / c.slope, 1.0f / e);
+    }
+    if (y < c.yShoulder) return (y - c.intercept) / c.slope;
+    if (y <= c.yMax) {
+        const float k = c.shoulderExponent;
+        return c.xMax -
+               c.shoulderSpan * powf((c.yMax - y) / c.shoulderSpan * k / c.slope, 1.0f / k);
+    }
+    return c.xMax;
+}
+
+bool sameBits(float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
 // The curve runs block by block without branches: every point, joins and
-// their neighbours included, gets the bits of its piece's formula, also for a
-// tuning whose toe ends before it starts.
+// their neighbours included, gets the bits of its piece's formula both ways,
+// also for a tuning whose toe ends before it starts.
 TEST_F(ParametricCurve, RunsOfPointsGetEachPieceFormulaBitForBit) {
     const float inf = std::numeric_limits<float>::infinity();
     for (float toeEnd : {yToe, std::log10(0.0001f)}) {
         for (unsigned char mode : {0, 1}) {
-            const hdrtm::LogCurve c = hdrtm::makeLogCurve(yMin, yMax, 2.0f, std::log10(400.0f), mode,
-                                                          xMin, toeEnd, yShoulder, intercept, slope);
+            const hdrtm::LogCurve c =
+                hdrtm::makeLogCurve(yMin, yMax, 2.0f, std::log10(400.0f), mode, xMin, toeEnd,
+                                    yShoulder, intercept, slope);
             std::vector<float> x = {kNaN, inf, -inf};
-            for (float join : {c.xMin, c.xToe, c.xShoulder, c.xMax}) {
+            for (float join :
+                 {c.xMin, c.xToe, c.xShoulder, c.xMax, c.yMin, c.yToe, c.yShoulder, c.yMax}) {
                 x.insert(x.end(), {std::nextafter(join, -inf), join, std::nextafter(join, inf)});
             }
             for (float v = c.xMin - 1.0f; v < c.xMax + 1.0f; v += 0.007f) x.push_back(v);
-            std::vector<float> y = x;
+            std::vector<float> y = x, back = x;
             hdrtm::logCurveForward(c, y.data(), static_cast<uint32_t>(y.size()));
+            hdrtm::logCurveInverse(c, back.data(), static_cast<uint32_t>(back.size()));
             for (size_t i = 0; i < x.size(); ++i) {
-                const float expected = pieceByPiece(c, x[i]);
-                EXPECT_TRUE(y[i] == expected || (std::isnan(y[i]) && std::isnan(expected)))
-                    << "mode " << int(mode) << " x " << x[i] << ": " << y[i] << " vs " << expected;
+                EXPECT_TRUE(sameBits(y[i], pieceByPiece(c, x[i])))
+                    << "mode " << int(mode) << " x " << x[i] << ": " << y[i];
+                EXPECT_TRUE(sameBits(back[i], pieceByPieceInverse(c, x[i])))
+                    << "mode " << int(mode) << " y " << x[i] << ": " << back[i];
             }
         }
     }
@@ -97,7 +120,8 @@ TEST(TableLookup, InterpolatesAndExtrapolatesTheEndSegments) {
     EXPECT_EQ(logTM_LUT(-10.0f, &table), -1.0f);
     EXPECT_EQ(logTMInverse_LUT(287.0f, &table), 170.0f);
     EXPECT_TRUE(std::isnan(logTM_LUT(kNaN, &table)));
-    for (auto [count, x, y] : {std::tuple{2, 30.0f, 3.0f}, {4, 50.0f, 19.0f}, {-1, 240.0f, 574.0f}}) {
+    for (auto [count, x, y] :
+         {std::tuple{2, 30.0f, 3.0f}, {4, 50.0f, 19.0f}, {-1, 240.0f, 574.0f}}) {
         table.num_points = count;  // a negative count reads as unsigned: all 24 points
         EXPECT_EQ(logTM_LUT(x, &table), y) << count;
     }
@@ -113,7 +137,8 @@ TEST_F(ControlPoints, DefaultPointsBecomeLogNitsAndAnOversizedRecordStaysInItsAr
     const toneMapperLUT codes = params.curve;
     CalCurveLUT(&params);
     for (int i = 0; i < 17; ++i) {
-        const float pq = static_cast<float>(hdrtm::kPqDecodeTable[static_cast<int>(codes.points_x[i])]);
+        const float pq =
+            static_cast<float>(hdrtm::kPqDecodeTable[static_cast<int>(codes.points_x[i])]);
         const double panel = std::pow(codes.points_y[i] / 1023.0, 2.2);
         EXPECT_NEAR(params.curve.points_x[i], std::log10(pq * 9999.999 + 0.0005), 2e-6) << i;
         EXPECT_NEAR(params.curve.points_y[i], std::log10(0.02 + panel * (500 - 0.02)), 2e-6) << i;
@@ -143,8 +168,8 @@ protected:
 
 TEST_F(LuminanceMapping, BlackStaysBlackAndPeakGivesTheShoulderEnd) {
     for (float y : {0.0f, -0.5f, kNaN}) EXPECT_EQ(map(y), 0.0f) << y;
-    EXPECT_FLOAT_EQ(map(0.0f, MAP_INVERSE), 0.0005f / 10000.0f);       // toe start t0
-    EXPECT_EQ(map(kNaN, MAP_INVERSE), 0.02f / 10000.0f);               // the black level
+    EXPECT_FLOAT_EQ(map(0.0f, MAP_INVERSE), 0.0005f / 10000.0f);      // toe start t0
+    EXPECT_EQ(map(kNaN, MAP_INVERSE), 0.02f / 10000.0f);              // the black level
     EXPECT_NEAR(map(1.0f, MAP_INVERSE) * 10000.0f, 490.339f, 1e-3f);  // 10^xMax nits
     params.panel_min_luminance = 0.0f;
     EXPECT_EQ(map(0.0f), 0.0f);

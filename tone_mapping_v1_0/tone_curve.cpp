@@ -26,7 +26,7 @@ constexpr float kPanelDecodeGamma = 2.2f;
 constexpr float kMinLuminanceFloor = floatFromBits(0x3356BF96);
 // Base of the curve's logarithms.
 constexpr float kLogBase = 10.0f;
-// Points the curve and the forward luminance mapping work on at a time, with
+// Points the curve and the luminance mapping work on at a time, with
 // their scratch on the stack.
 constexpr uint32_t kCurveBlock = 256;
 // Placeholder log luminance of a point that is not positive.
@@ -62,23 +62,35 @@ LogCurve makeLogCurve(float yMin, float yMax, float k, float xMax, unsigned char
     return c;
 }
 
-// The toe and the shoulder meet the straight segment with equal slope. A NaN
-// input fails every test and takes the last piece.
-//
-// Block by block, in two passes: the first finds each point's piece and works
-// out everything but the power, without a branch, so that it vectorises; the
-// second makes the toe and shoulder powers, in point order. Every value is the
-// one the pieces' own formulas give (yMax - g p is yMax + (-g) p exactly).
-HDRTM_VECTOR_CLONES
-void logCurveForward(const LogCurve& curve, float* values, uint32_t count) {
-    // Scalars, not the record's fields, so that the compiler sees they do
-    // not change while the scratch is written.
-    const float xMin = curve.xMin, xToe = curve.xToe, xShoulder = curve.xShoulder;
-    const float xMax = curve.xMax, yMin = curve.yMin, yMax = curve.yMax;
-    const float slope = curve.slope, intercept = curve.intercept;
-    const float toeWidth = curve.toeWidth, shoulderSpan = curve.shoulderSpan;
-    const float toeExponent = curve.toeExponent, shoulderExponent = curve.shoulderExponent;
-    const float toeGain = curve.toeGain, shoulderGain = -curve.shoulderGain;
+namespace {
+
+// Where the pieces end along the input axis, in the order they are tested:
+// below `start` the floor value, the toe below `toeEnd`, the straight segment
+// below `shoulderStart`, the shoulder up to and including `end`, the ceiling
+// beyond (NaN too, as it fails every test).
+struct PieceEnds {
+    float start, toeEnd, shoulderStart, end;
+};
+
+// A power piece's value: its end value (the floor for the toe, the ceiling for
+// the shoulder) plus gain * base^exponent.
+struct PowerPiece {
+    float gain, exponent;
+};
+
+// The curve in either direction over `count` values in place, block by block,
+// in two passes: the first finds each point's piece and works out everything
+// but the power, without a branch, so that it vectorises; the second makes the
+// toe and shoulder powers, in point order. Every value is the bits of its
+// piece's own formula (e - g p is e + (-g) p exactly). Everything comes in by
+// value, so the compiler sees it does not change while the scratch is
+// written. Always inlined, so that it is built for every variant of its
+// callers.
+template <typename Line, typename ToeBase, typename ShoulderBase>
+[[gnu::always_inline]] inline void evaluatePieces(float* values, uint32_t count, PieceEnds at,
+                                                  float floorValue, float ceilingValue, Line line,
+                                                  ToeBase toeBase, ShoulderBase shoulderBase,
+                                                  PowerPiece toe, PowerPiece shoulder) {
     float base[kCurveBlock];
     float exponent[kCurveBlock];
     float gain[kCurveBlock];
@@ -88,22 +100,22 @@ void logCurveForward(const LogCurve& curve, float* values, uint32_t count) {
         const uint32_t n = std::min(count - start, kCurveBlock);
         for (uint32_t j = 0; j < n; ++j) {
             const float v = x[j];
-            const bool pastMin = !(v < xMin);
-            const bool toe = pastMin & (v < xToe);
-            const bool pastToe = pastMin & !(v < xToe);
-            const bool linear = pastToe & (v < xShoulder);
-            const bool shoulder = pastToe & !(v < xShoulder) & (v <= xMax);
-            const float toeBase = (v - xMin) / toeWidth;
-            const float shoulderBase = (xMax - v) / shoulderSpan;
-            base[j] = toe ? toeBase : shoulderBase;
-            exponent[j] = toe ? toeExponent : shoulderExponent;
-            gain[j] = toe ? toeGain : shoulderGain;
+            const bool pastStart = !(v < at.start);
+            const bool inToe = pastStart & (v < at.toeEnd);
+            const bool pastToe = pastStart & !(v < at.toeEnd);
+            const bool inLine = pastToe & (v < at.shoulderStart);
+            const bool inShoulder = pastToe & !(v < at.shoulderStart) & (v <= at.end);
+            const float toeB = toeBase(v);
+            const float shoulderB = shoulderBase(v);
+            base[j] = inToe ? toeB : shoulderB;
+            exponent[j] = inToe ? toe.exponent : shoulder.exponent;
+            gain[j] = inToe ? toe.gain : shoulder.gain;
             // A toe or shoulder point holds its piece's end value until its
             // power is added.
-            float y = pastMin ? yMax : yMin;
-            y = linear ? slope * v + intercept : y;
-            x[j] = toe ? yMin : y;
-            needsPower[j] = toe | shoulder;
+            float y = pastStart ? ceilingValue : floorValue;
+            y = inLine ? line(v) : y;
+            x[j] = inToe ? floorValue : y;
+            needsPower[j] = inToe | inShoulder;
         }
         for (uint32_t j = 0; j < n; ++j) {
             if (needsPower[j]) x[j] = x[j] + gain[j] * powf(base[j], exponent[j]);
@@ -111,20 +123,32 @@ void logCurveForward(const LogCurve& curve, float* values, uint32_t count) {
     }
 }
 
-float logCurveInverse(const LogCurve& c, float y) {
-    if (y < c.yMin) return c.xMin;
-    if (y < c.yToe) {
-        const float e = c.toeExponent;
-        return c.xMin +
-               (c.xToe - c.xMin) * powf((y - c.yMin) / (c.xToe - c.xMin) * e / c.slope, 1.0f / e);
-    }
-    if (y < c.yShoulder) return (y - c.intercept) / c.slope;
-    if (y <= c.yMax) {
-        const float k = c.shoulderExponent;
-        const float span = c.shoulderSpan;
-        return c.xMax - span * powf((c.yMax - y) / span * k / c.slope, 1.0f / k);
-    }
-    return c.xMax;
+}  // namespace
+
+// The toe and the shoulder meet the straight segment with equal slope.
+HDRTM_VECTOR_CLONES
+void logCurveForward(const LogCurve& c, float* values, uint32_t count) {
+    const float xMin = c.xMin, xMax = c.xMax, slope = c.slope, intercept = c.intercept;
+    const float toeWidth = c.toeWidth, span = c.shoulderSpan;
+    evaluatePieces(
+        values, count, {xMin, c.xToe, c.xShoulder, xMax}, c.yMin, c.yMax,
+        [=](float x) { return slope * x + intercept; },
+        [=](float x) { return (x - xMin) / toeWidth; },
+        [=](float x) { return (xMax - x) / span; },
+        {c.toeGain, c.toeExponent}, {-c.shoulderGain, c.shoulderExponent});
+}
+
+HDRTM_VECTOR_CLONES
+void logCurveInverse(const LogCurve& c, float* values, uint32_t count) {
+    const float yMin = c.yMin, yMax = c.yMax, slope = c.slope, intercept = c.intercept;
+    const float toeWidth = c.toeWidth, span = c.shoulderSpan;
+    const float e = c.toeExponent, k = c.shoulderExponent;
+    evaluatePieces(
+        values, count, {yMin, c.yToe, c.yShoulder, yMax}, c.xMin, c.xMax,
+        [=](float y) { return (y - intercept) / slope; },
+        [=](float y) { return (y - yMin) / toeWidth * e / slope; },
+        [=](float y) { return (yMax - y) / span * k / slope; },
+        {toeWidth, 1.0f / e}, {-span, 1.0f / k});
 }
 
 // The search for the upper point j of the bracketing pair starts a quarter or
@@ -166,7 +190,8 @@ float logTMInverse(float y, float yMin, float yMax, float k, float xMax, unsigne
                    float xMin, float yToe, float yShoulder, float intercept, float slope) {
     const hdrtm::LogCurve curve =
         hdrtm::makeLogCurve(yMin, yMax, k, xMax, mode, xMin, yToe, yShoulder, intercept, slope);
-    return hdrtm::logCurveInverse(curve, y);
+    hdrtm::logCurveInverse(curve, &y, 1);
+    return y;
 }
 
 // The count is read as unsigned: a negative count uses all 24 slots.
@@ -205,6 +230,63 @@ void CalCurveLUT(TMParams* params) {
         ys[i] = log10f(minNits + ys[i] * (maxNits - minNits));
     }
 }
+
+namespace hdrtm {
+namespace {
+
+// Luminance strictly between lo and hi bent by a power of its position in
+// that range, in place.
+void applyBrightnessGamma(float* luma, uint32_t count, float lo, float hi, float exponent) {
+    for (uint32_t i = 0; i < count; ++i) {
+        const float y = luma[i];
+        if (lo < y && y < hi) luma[i] = lo + (hi - lo) * powf((y - lo) / (hi - lo), exponent);
+    }
+}
+
+// Luminance (1.0 = 10000 nits) through the curve in place, 10^curve(log10 of
+// the nits) / 10000, through the control-point table if one is given; a
+// luminance that is not positive (NaN too) becomes `black`. Forward, the
+// result is then put on the panel's range: 0 at `black`, 1 at `peak`.
+// Always inlined, so that it is built for every variant of yTM.
+[[gnu::always_inline]] inline void mapLuminanceThroughCurve(float* luma, uint32_t count,
+                                                            toneMapperLUT* table,
+                                                            const LogCurve& curve,
+                                                            MAP_DIRECTION direction, float black,
+                                                            float peak) {
+    const bool inverse = direction != MAP_FORWARD;
+    float mapped[kCurveBlock];
+    for (uint32_t start = 0; start < count; start += kCurveBlock) {
+        float* const y = luma + start;
+        const uint32_t n = std::min(count - start, kCurveBlock);
+        // A point that is not positive gets NaN, which the curve passes
+        // through without a power; its result is not used.
+        for (uint32_t j = 0; j < n; ++j) {
+            mapped[j] = y[j] > 0.0f ? log10f(y[j] * kNitsPerUnit) : kNotMapped;
+        }
+        if (table != nullptr) {
+            for (uint32_t j = 0; j < n; ++j) {
+                if (y[j] > 0.0f) {
+                    mapped[j] =
+                        inverse ? logTMInverse_LUT(mapped[j], table) : logTM_LUT(mapped[j], table);
+                }
+            }
+        } else if (inverse) {
+            logCurveInverse(curve, mapped, n);
+        } else {
+            logCurveForward(curve, mapped, n);
+        }
+        for (uint32_t j = 0; j < n; ++j) {
+            if (y[j] > 0.0f) mapped[j] = powf(kLogBase, mapped[j]);
+        }
+        for (uint32_t j = 0; j < n; ++j) {
+            const float l = y[j] > 0.0f ? mapped[j] / kNitsPerUnit : black;
+            y[j] = inverse ? l : (l - black) / (peak - black);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace hdrtm
 
 // Luminance through the tone curve, one plane. Forward: content luminance to
 // the panel's range (0 at black, 1 at peak). Inverse: panel-relative values to
@@ -249,77 +331,28 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     const LogCurve curve =
         makeLogCurve(yMin, yMax, k, xMax, mode, xMin, yToe, yShoulder, intercept, slope);
 
-    float lo = 0.0f;
-    float hi = 0.0f;
-    if (brightEnable) {
-        lo = params->tlower / kNitsPerUnit;
-        hi = params->tupper / kNitsPerUnit;
-    }
-    float knee = 0.0f;
-    if (linearScale) knee = params->scaleStart / kNitsPerUnit;
-
+    const float lo = params->tlower / kNitsPerUnit;
+    const float hi = params->tupper / kNitsPerUnit;
     const uint32_t count = gridSize * gridSize * gridSize;
+    // Run as passes so that the maths calls of neighbouring points do not
+    // wait on each other; each point goes through the same steps, with the
+    // same calls, as in one loop.
     if (!inverse) {
-        // Run as passes so that the maths calls of neighbouring points do not
-        // wait on each other; each point goes through the same steps, with the
-        // same calls, as in one loop.
-        const float invSysGamma = 1.0f / sysGamma;
-        if (brightEnable) {
-            for (uint32_t i = 0; i < count; ++i) {
-                float y = lumaIn[i];
-                if (lo < y && y < hi) y = lo + (hi - lo) * powf((y - lo) / (hi - lo), invSysGamma);
-                lumaOut[i] = y;
-            }
-        } else {
-            for (uint32_t i = 0; i < count; ++i) lumaOut[i] = lumaIn[i];
-        }
+        for (uint32_t i = 0; i < count; ++i) lumaOut[i] = lumaIn[i];
+        if (brightEnable) applyBrightnessGamma(lumaOut, count, lo, hi, 1.0f / sysGamma);
         if (linearScale) {
+            const float knee = params->scaleStart / kNitsPerUnit;
             for (uint32_t i = 0; i < count; ++i) {
                 const float y = lumaOut[i];
                 lumaOut[i] = y > knee ? knee + (y - knee) * scaleRatio : y;
             }
         }
-        // lumaOut holds the adjusted luminance; the curve works block by block
-        // on the stack.
-        float mapped[kCurveBlock];
-        for (uint32_t start = 0; start < count; start += kCurveBlock) {
-            float* const y = lumaOut + start;
-            const uint32_t n = std::min(count - start, kCurveBlock);
-            // A point that is not positive gets NaN, which the curve passes
-            // through without a power; its result is not used.
-            for (uint32_t j = 0; j < n; ++j) {
-                mapped[j] = y[j] > 0.0f ? log10f(y[j] * kNitsPerUnit) : kNotMapped;
-            }
-            if (useTable) {
-                for (uint32_t j = 0; j < n; ++j) {
-                    if (y[j] > 0.0f) mapped[j] = logTM_LUT(mapped[j], table);
-                }
-            } else {
-                logCurveForward(curve, mapped, n);
-            }
-            for (uint32_t j = 0; j < n; ++j) {
-                if (y[j] > 0.0f) mapped[j] = powf(kLogBase, mapped[j]);
-            }
-            // A luminance that is not positive maps to the panel black level.
-            for (uint32_t j = 0; j < n; ++j) {
-                const float l = y[j] > 0.0f ? mapped[j] / kNitsPerUnit : lMin;
-                y[j] = (l - lMin) / (lMax - lMin);
-            }
-        }
+        mapLuminanceThroughCurve(lumaOut, count, useTable ? table : nullptr, curve, MAP_FORWARD,
+                                 lMin, lMax);
     } else {
-        for (uint32_t i = 0; i < count; ++i) {
-            const float y = lMin + (lMax - lMin) * lumaIn[i];
-            float l = lMin;
-            if (y > 0.0f) {
-                const float x = log10f(y * kNitsPerUnit);
-                const float mapped =
-                    useTable ? logTMInverse_LUT(x, table) : logCurveInverse(curve, x);
-                l = powf(kLogBase, mapped) / kNitsPerUnit;
-            }
-            if (brightEnable && lo < l && l < hi) {
-                l = lo + (hi - lo) * powf((l - lo) / (hi - lo), sysGamma);
-            }
-            lumaOut[i] = l;
-        }
+        for (uint32_t i = 0; i < count; ++i) lumaOut[i] = lMin + (lMax - lMin) * lumaIn[i];
+        mapLuminanceThroughCurve(lumaOut, count, useTable ? table : nullptr, curve, MAP_INVERSE,
+                                 lMin, lMax);
+        if (brightEnable) applyBrightnessGamma(lumaOut, count, lo, hi, sysGamma);
     }
 }

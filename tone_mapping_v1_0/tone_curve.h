@@ -37,8 +37,8 @@ LogCurve makeLogCurve(float yMin, float yMax, float k, float xMax, unsigned char
 // x (log10 nits of the content) to y (log10 nits on the panel), for `count`
 // values in place.
 void logCurveForward(const LogCurve& curve, float* values, uint32_t count);
-// y back to x.
-float logCurveInverse(const LogCurve& curve, float y);
+// y back to x, for `count` values in place.
+void logCurveInverse(const LogCurve& curve, float* values, uint32_t count);
 
 // Piecewise-linear lookup from `in` to `out` over the first `count` points of
 // a control-point table (count capped at 24), extrapolating the end segments.
