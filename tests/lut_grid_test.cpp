@@ -19,7 +19,7 @@ struct Grid {
     }
 };
 
-TEST(GridFill, RedFastestBlueSlowestOverEveryPoint) {
+TEST(GridFill, RedFastestBlueSlowestOverEveryPointAndOnlyTheRequestedPoints) {
     Grid grid(hdrtm::kUniformGridCodes);
     grid.rows[1][1] = 65;  // tell the axes apart
     grid.rows[2][1] = 66;
@@ -31,36 +31,26 @@ TEST(GridFill, RedFastestBlueSlowestOverEveryPoint) {
         ASSERT_EQ(g[i], static_cast<float>(grid.rows[1][i / 17 % 17])) << i;
         ASSERT_EQ(b[i], static_cast<float>(grid.rows[2][i / 289])) << i;
     }
-}
-
-TEST(GridFill, PointCountsZeroAndOne) {
-    Grid grid(hdrtm::kNonUniformGridCodes);
-    std::vector<float> r(4, -1.0f), g(r), b(r);
-    float* planes[3] = {r.data(), g.data(), b.data()};
+    std::fill(r.begin(), r.end(), -1.0f);
     hdrtm::fillSamplePlanes(grid.rows, planes, 0);
     EXPECT_EQ(r[0], -1.0f);
     hdrtm::fillSamplePlanes(grid.rows, planes, 1);
-    EXPECT_EQ(b[0], 0.0f);
+    EXPECT_EQ(r[0], 0.0f);
     EXPECT_EQ(r[1], -1.0f);
 }
 
 TEST(GridTables, HardwareCodesAreNonUniformPointsScaledTo4096) {
-    for (int s = 0; s < kGridPointsPerAxis; ++s) {
-        EXPECT_EQ(hdrtm::kHardwareGridCodes[s],
-                  std::lround(hdrtm::kNonUniformGridCodes[s] * 4096.0 / 1023.0)) << s;
-    }
+    for (int s = 0; s < kGridPointsPerAxis; ++s)
+        EXPECT_EQ(hdrtm::kHardwareGridCodes[s], std::lround(hdrtm::kNonUniformGridCodes[s] * 4096.0 / 1023.0)) << s;
 }
 
-class IndexTable : public ::testing::Test {
-protected:
+// Uniform rows are the identity; non-uniform ones interpolate between positions.
+TEST(IndexTable, InterpolatesBetweenGridPositionsAndKeepsTheTopBits) {
     Color10Bit out[129];
-    void SetUp() override { std::fill(std::begin(out), std::end(out), Color10Bit{0, 0, 0, 3}); }
-};
-
-TEST_F(IndexTable, UniformGridIsIdentityKeepsTopBitsAndAShortRowStaysInItsLastSegment) {
-    Grid grid(hdrtm::kUniformGridCodes);
-    grid.rows[2][16] = 1000;  // B ends below 1023: inputs above 1000 use segment 15
-    nonuniformity_mapping(grid.rows, out);
+    std::fill(std::begin(out), std::end(out), Color10Bit{0, 0, 0, 3});
+    Grid uniform(hdrtm::kUniformGridCodes);
+    uniform.rows[2][16] = 1000;  // B ends below 1023: inputs above 1000 use segment 15
+    nonuniformity_mapping(uniform.rows, out);
     for (unsigned int t = 0; t < 129; ++t) {
         const unsigned int expected = t < 128 ? 8 * t : 1023;
         EXPECT_EQ(out[t].r, expected);
@@ -69,9 +59,7 @@ TEST_F(IndexTable, UniformGridIsIdentityKeepsTopBitsAndAShortRowStaysInItsLastSe
     }
     EXPECT_EQ(out[124].b, (8u * 960 + 20 + 32 * 1023) / 40);  // 992 inside 960..1000
     EXPECT_EQ(out[127].b, 1048u & 0x3FF);  // 1016 extrapolates to 1048; low 10 bits kept
-}
 
-TEST_F(IndexTable, NonUniformGridInterpolatesBetweenPositions) {
     Grid grid(hdrtm::kNonUniformGridCodes);
     grid.rows[1][1] = 0;  // G: zero-width first segment
     nonuniformity_mapping(grid.rows, out);
