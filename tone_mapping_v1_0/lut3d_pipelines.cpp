@@ -59,8 +59,8 @@ void fillAndLinearise(const TMParams& params, uint32_t gridSet, const double* ta
                       float** planes) {
     const uint32_t (*grid)[kGridPointsPerAxis] = params.grid_points[gridSet == 0 ? 0 : 1];
     // A row holds 17 points: a larger grid size samples the 17-point grid.
-    const unsigned int n =
-        std::min(static_cast<unsigned int>(params.grid_size), static_cast<unsigned int>(kGridPointsPerAxis));
+    const unsigned int n = std::min(static_cast<unsigned int>(params.grid_size),
+                                    static_cast<unsigned int>(kGridPointsPerAxis));
     // Every sample is a grid code, so each code an axis holds is decoded
     // once, exactly as a per-sample decode reads it, and laid out.
     float decoded[kPlaneCount][kGridPointsPerAxis] = {};

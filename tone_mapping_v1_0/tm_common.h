@@ -42,6 +42,9 @@ constexpr int kPlaneCount = 3;
 // Relative linear light 1.0 stands for this many nits (the PQ peak).
 constexpr float kNitsPerUnit = 10000.0f;
 constexpr int kLutPoints = 17 * 17 * 17;  // 4913 samples a plane
+// Samples a stage takes through its maths calls at a time: its scratch is a
+// few 1 KB blocks on its own stack.
+constexpr unsigned int kCallBlock = 256;
 
 // Clamp to [0, 1] that replaces only values below 0 or above 1: NaN passes.
 // Both tests always run, as selects, so that loops over planes vectorise.

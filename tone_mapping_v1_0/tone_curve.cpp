@@ -26,9 +26,6 @@ constexpr float kPanelDecodeGamma = 2.2f;
 constexpr float kMinLuminanceFloor = floatFromBits(0x3356BF96);
 // Base of the curve's logarithms.
 constexpr float kLogBase = 10.0f;
-// Points the curve and the luminance mapping work on at a time, with
-// their scratch on the stack.
-constexpr uint32_t kCurveBlock = 256;
 // Placeholder log luminance of a point that is not positive.
 constexpr float kNotMapped = std::numeric_limits<float>::quiet_NaN();
 
@@ -55,8 +52,8 @@ LogCurve makeLogCurve(float yMin, float yMax, float k, float xMax, unsigned char
         c.shoulderSpan = xMax - c.xShoulder;
         c.shoulderExponent = c.shoulderSpan * slope / (yMax - yShoulder);
     }
-    c.toeExponent = (c.xToe - xMin) * slope / (yToe - yMin);
     c.toeWidth = c.xToe - xMin;
+    c.toeExponent = c.toeWidth * slope / (yToe - yMin);
     c.toeGain = c.toeWidth * (slope / c.toeExponent);
     c.shoulderGain = c.shoulderSpan * (slope / c.shoulderExponent);
     return c;
@@ -91,13 +88,13 @@ template <typename Line, typename ToeBase, typename ShoulderBase>
                                                   float floorValue, float ceilingValue, Line line,
                                                   ToeBase toeBase, ShoulderBase shoulderBase,
                                                   PowerPiece toe, PowerPiece shoulder) {
-    float base[kCurveBlock];
-    float exponent[kCurveBlock];
-    float gain[kCurveBlock];
-    uint32_t needsPower[kCurveBlock];
-    for (uint32_t start = 0; start < count; start += kCurveBlock) {
+    float base[kCallBlock];
+    float exponent[kCallBlock];
+    float gain[kCallBlock];
+    uint32_t needsPower[kCallBlock];
+    for (uint32_t start = 0; start < count; start += kCallBlock) {
         float* const x = values + start;
-        const uint32_t n = std::min(count - start, kCurveBlock);
+        const uint32_t n = std::min(count - start, kCallBlock);
         for (uint32_t j = 0; j < n; ++j) {
             const float v = x[j];
             const bool pastStart = !(v < at.start);
@@ -254,10 +251,10 @@ void applyBrightnessGamma(float* luma, uint32_t count, float lo, float hi, float
                                                             MAP_DIRECTION direction, float black,
                                                             float peak) {
     const bool inverse = direction != MAP_FORWARD;
-    float mapped[kCurveBlock];
-    for (uint32_t start = 0; start < count; start += kCurveBlock) {
+    float mapped[kCallBlock];
+    for (uint32_t start = 0; start < count; start += kCallBlock) {
         float* const y = luma + start;
-        const uint32_t n = std::min(count - start, kCurveBlock);
+        const uint32_t n = std::min(count - start, kCallBlock);
         // A point that is not positive gets NaN, which the curve passes
         // through without a power; its result is not used.
         for (uint32_t j = 0; j < n; ++j) {

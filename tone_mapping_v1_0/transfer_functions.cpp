@@ -58,8 +58,6 @@ constexpr float kGamma2p2DecodeExponent = 2.2f;
 constexpr float kOotfGammaAtReference = 1.2f;
 constexpr float kOotfGammaSlope = 0.42f;
 constexpr float kOotfReferencePeakNits = 1000.0f;
-// Points the OOTF takes through its power at a time (a stack block).
-constexpr unsigned int kOotfBlock = 256;
 
 // A 10-bit code's full-scale value: samples are codes and index the table as they are.
 constexpr unsigned short kCodeInMax = 1023;
@@ -120,10 +118,10 @@ template <typename Base>
 void luminanceToCarriedGain(float* luminance, unsigned int count, float numerator, Base base,
                             float exponent) {
     float carried = 0.0f;
-    float powers[kOotfBlock];
-    for (unsigned int start = 0; start < count; start += kOotfBlock) {
+    float powers[kCallBlock];
+    for (unsigned int start = 0; start < count; start += kCallBlock) {
         float* const y = luminance + start;
-        const unsigned int n = std::min(count - start, kOotfBlock);
+        const unsigned int n = std::min(count - start, kCallBlock);
         for (unsigned int j = 0; j < n; ++j) powers[j] = base(y[j]);
         for (unsigned int j = 0; j < n; ++j) {
             powers[j] = y[j] > 0.0f ? powf(powers[j], exponent) : 0.0f;
@@ -160,11 +158,10 @@ float bt709Encode(float linear) {
 // own, in sample order.
 HDRTM_VECTOR_CLONES
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
-    constexpr unsigned int kBlock = 256;
-    uint32_t aboveKnee[kBlock];
-    for (unsigned int start = 0; start < count; start += kBlock) {
+    uint32_t aboveKnee[kCallBlock];
+    for (unsigned int start = 0; start < count; start += kCallBlock) {
         float* const s = samples + start;
-        const unsigned int n = std::min(count - start, kBlock);
+        const unsigned int n = std::min(count - start, kCallBlock);
         for (unsigned int j = 0; j < n; ++j) {
             const float x = s[j] * scale;
             const bool root = x <= kHlgKneeTimes12;

@@ -455,23 +455,18 @@ bool setTuningProperty(const std::string& path, std::string* error) {
 
 const std::vector<std::string>& lastLibraryLog() { return gLog; }
 
-bool upperRangeFromLog(TMParams* params) {
-    bool clipFound = false;
-    bool scaleFound = false;
+void upperRangeFromLog(TMParams* params) {
     for (const std::string& line : gLog) {
         int constant = 0;
         int peak = 0;
         int enable = 0;
         float black = 0.0f;
-        if (std::sscanf(line.c_str(), "line = %d luma = %d nits blackLevel = %f nits, clipping luma = %f",
-                        &constant, &peak, &black, &params->clipLuma) == 4) {
-            clipFound = true;
-        } else if (std::sscanf(line.c_str(), "linear scale enable = %d, scale start =%f nits, ratio =%f",
-                               &enable, &params->scaleStart, &params->ratio) == 3) {
-            scaleFound = true;
-        }
+        std::sscanf(line.c_str(),
+                    "line = %d luma = %d nits blackLevel = %f nits, clipping luma = %f",
+                    &constant, &peak, &black, &params->clipLuma);
+        std::sscanf(line.c_str(), "linear scale enable = %d, scale start =%f nits, ratio =%f",
+                    &enable, &params->scaleStart, &params->ratio);
     }
-    return clipFound && scaleFound;
 }
 
 void captureLibraryLog() { __android_log_set_logger(captureLogger); }

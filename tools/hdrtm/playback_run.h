@@ -80,7 +80,7 @@ const std::vector<std::string>& lastLibraryLog();
 
 // Takes the upper-range knobs the entry used in its last captured call (the
 // clipping luminance, the linear-scale start and ratio) from its log into
-// `params`. Returns false when the log does not hold them.
-bool upperRangeFromLog(TMParams* params);
+// `params` (every call logs them).
+void upperRangeFromLog(TMParams* params);
 
 }  // namespace hdrtm::tool
