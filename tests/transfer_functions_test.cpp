@@ -59,17 +59,13 @@ std::vector<float> ramp(int steps, int first = 0) {
 }
 
 TEST(TableDecoders, IndexByTruncationPerInMaxWithGuardsAndPlaneCounts) {
-    Planes codes({0.0f, 512.0f, 512.9f, 1023.0f});
+    Planes codes({0.0f, 512.0f, 512.9f, 1023.0f}), thousand({1000.0f, 999.9f}), byte({128.0f});
     st2084_inverse_tf(codes.p, codes.count(), 3, 1023, 10000);
     const float mid = 10000.0f * entry(kPqDecodeTable, 512);
     EXPECT_EQ(codes.b, (std::vector<float>{0.0f, mid, mid, 10000.0f}));
-
-    Planes thousand({1000.0f, 999.9f});
     st2084_inverse_tf(thousand.p, 2, 3, 1000, 1);
     EXPECT_EQ(thousand.g, (std::vector<float>{1.0f, entry(kPqDecodeTable, 1022)}));
-
-    Planes byte({128.0f});  // trunc(128 / 255 * 1023) = 513
-    bt709_inverse_tf(byte.p, 1, 255, 1);
+    bt709_inverse_tf(byte.p, 1, 255, 1);  // trunc(128 / 255 * 1023) = 513
     EXPECT_EQ(byte.r[0], entry(kBt709DecodeTable, 513));
 
     // inMax 1: the signal k/1023 reads entry k, and 0.5 reads 511.
@@ -80,7 +76,7 @@ TEST(TableDecoders, IndexByTruncationPerInMaxWithGuardsAndPlaneCounts) {
     for (int k = 0; k < kDecodeTableSize; ++k) EXPECT_EQ(normalised.b[k], entry(kHlgDecodeTable, k)) << k;
     EXPECT_EQ(normalised.r.back(), entry(kHlgDecodeTable, 511));
 
-    Planes planes({512.0f});
+    Planes planes({512.0f}), many({512.0f}), two({0.5f});  // guards: nothing converted
     st2084_inverse_tf(planes.p, 1, 3, 0, 1);
     st2084_inverse_tf(planes.p, 1, 0, 1023, 1);
     st2084_inverse_tf(planes.p, 0, 3, 1023, 1);
@@ -94,14 +90,11 @@ TEST(TableDecoders, IndexByTruncationPerInMaxWithGuardsAndPlaneCounts) {
     st2084_inverse_tf(planes.p, 1, 1, 1023, 1);  // only R
     EXPECT_EQ(planes.r[0], entry(kPqDecodeTable, 512));
     EXPECT_EQ(planes.g[0], 512.0f);
-
-    Planes many({512.0f});
     st2084_inverse_tf(many.p, 1, 7, 1023, 1);  // more than three planes: all three
     EXPECT_EQ(many.b[0], entry(kPqDecodeTable, 512));
-    Planes two({0.5f});
-    HLG_forward_tf(two.p, 1, 2, 1, 1);
+    HLG_forward_tf(two.p, 1, 2, 1, 1);  // planeCount 2 leaves B
     EXPECT_NE(two.g[0], 0.5f);
-    EXPECT_EQ(two.b[0], 0.5f);  // planeCount 2 leaves B
+    EXPECT_EQ(two.b[0], 0.5f);
 }
 
 // Runs an encoder over the R plane with inScale and outScale 1.
@@ -122,13 +115,9 @@ TEST(Encoders, BranchesAndNamedPoints) {
     // The linear branches include their limits.
     EXPECT_EQ(encode(bt709_forward_tf, {0.018f})[0], 0.018f * 4.5f);
     EXPECT_EQ(encode(sRGB_forward_tf, {0.0031308f})[0], 0.0031308f * 12.92f);
-    const auto bt709 = encode(bt709_forward_tf, {-0.5f, 3.0f, 1.0f, kNaN});
-    EXPECT_EQ(bt709[0], 0.0f);
-    EXPECT_EQ(bt709[1], bt709[2]);
-    EXPECT_TRUE(std::isnan(bt709[3]));  // the clamp lets NaN through
-    const auto hlg = encode(HLG_forward_tf, {0.0f, -0.5f});
-    EXPECT_EQ(hlg[0], 0.0f);
-    EXPECT_TRUE(std::isnan(hlg[1]));  // HLG is not clamped
+    const auto bt709 = encode(bt709_forward_tf, {-0.5f, 3.0f, 1.0f, kNaN}), hlg = encode(HLG_forward_tf, {0.0f, -0.5f});
+    EXPECT_TRUE(bt709[0] == 0.0f && bt709[1] == bt709[2] && hlg[0] == 0.0f);
+    EXPECT_TRUE(std::isnan(bt709[3]) && std::isnan(hlg[1]));  // BT.709's clamp lets NaN through; HLG has none
 
     Planes pq({10000.0f, 100.0f, -5.0f, 20000.0f});
     st2084_forward_tf(pq.p, pq.count(), 10000, 1);
@@ -155,9 +144,9 @@ TEST(Encoders, GammaPowers) {
 }
 
 TEST(Clipping, ReplacesOnlyOutOfRangeValues) {
-    const float rows[][4] = {{-1.0f, 0.0f, 1.0f, 0.0f}, {2.0f, 0.0f, 1.0f, 1.0f}, {0.25f, 0.0f, 1.0f, 0.25f},
-                             {0.0f, 1.0f, -1.0f, 1.0f}};  // lo > hi: below lo gives lo
-    for (const auto& row : rows) EXPECT_EQ(Clipping(row[0], row[1], row[2]), row[3]) << row[0];
+    EXPECT_EQ((std::vector<float>{Clipping(-1.0f, 0.0f, 1.0f), Clipping(2.0f, 0.0f, 1.0f), Clipping(0.25f, 0.0f, 1.0f),
+                                  Clipping(0.0f, 1.0f, -1.0f)}),  // lo > hi: below lo gives lo
+              (std::vector<float>{0.0f, 1.0f, 0.25f, 1.0f}));
     EXPECT_TRUE(std::isnan(Clipping(kNaN, 0.0f, 1.0f)));
 }
 
