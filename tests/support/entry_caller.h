@@ -16,6 +16,12 @@ struct EntryLayer {
     uint32_t maxCll = 0;              // cd/m2; 0: no content light level
 };
 
+struct EntryCall {
+    uint32_t blendSpace;
+    uint8_t hwEnable;
+    std::vector<EntryLayer> layers;
+};
+
 class EntryCaller {
 public:
     static constexpr uint32_t kBufferFill = 0xC0000000u;  // bits 30-31 set, codes zero
@@ -24,7 +30,7 @@ public:
     // call (the blend descriptor's buffer pointer stays null).
     explicit EntryCaller(uint32_t bufferFill = kBufferFill, uint8_t recordFill = 0) {
         for (int i = 0; i < kMaxLayers; ++i) {
-            luts_[i].assign(kLutEntries, bufferFill);
+            luts_[i].assign(17 * 17 * 17, bufferFill);
             std::memset(&descriptors_[i], recordFill, sizeof(descriptors_[i]));
             descriptors_[i].entries = luts_[i].data();
             set_.layer_luts[i] = &descriptors_[i];
@@ -36,7 +42,7 @@ public:
         set_.blend_lut = &blend_;
         set_.blend_lut_applied = recordFill;
     }
-    EntryCaller(const EntryCaller&) = delete;
+    EntryCaller(const EntryCaller&) = delete;  // the set points into this object
     EntryCaller& operator=(const EntryCaller&) = delete;
 
     int call(uint32_t blendSpace, uint8_t hwEnable, const std::vector<EntryLayer>& layers) {
@@ -56,6 +62,7 @@ public:
         info_.layers = layers_;
         return HDR_playback_strategies(&info_, &set_);
     }
+    int call(const EntryCall& c) { return call(c.blendSpace, c.hwEnable, c.layers); }
 
     const std::vector<uint32_t>& lut(int i) const { return luts_[i]; }
     uint8_t appliedFlag(int i) const { return applied_[i]; }
@@ -66,8 +73,6 @@ public:
     HdrLutSet& set() { return set_; }
 
 private:
-    static constexpr size_t kLutEntries = 17 * 17 * 17;  // entries of a layer LUT
-
     HdrLayerColorInfo layers_[kMaxLayers];
     HdrPlaybackInfo info_{};
     std::vector<uint32_t> luts_[kMaxLayers];
