@@ -6,7 +6,7 @@
 #include <krel/color_manager_sim.h>
 
 #include <algorithm>
-#include <memory>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,23 +18,17 @@
 
 namespace {
 
-constexpr int kThreads = 4;
 constexpr int kCallsPerThread = 8;
-
-struct Work {
-    uint32_t blendSpace;
-    uint8_t hwEnable;
-    std::vector<EntryLayer> layers;
-};
 
 // One kind of work per thread: the hardware path, per-layer LUTs, inverse
 // mapping into both blend spaces.
-const std::vector<Work> kWork = {
+const EntryCall kWork[] = {
     {0, 1, {{kTransferPq, 0, kPrimariesBt2020, 20000000}, {kTransferHlg}}},
     {1, 0, {{kTransferPq}, {kTransferHlg}}},
     {0, 0, {{kTransferBt709, 0, 1}, {kTransferHlg}}},
     {2, 1, {{3, kContentClassSdr, 1}, {kTransferHlg}}},
 };
+constexpr int kThreads = std::size(kWork);
 
 TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
     const std::string tuning = dataTuningPath("tuning_v2_p3.xml");
@@ -42,21 +36,18 @@ TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
         krel::sim::Reset();
         ASSERT_EQ(property_set(kTuningProperty, tuning.c_str()), 0);
         LogCapture log;
-
-        std::vector<std::unique_ptr<EntryCaller>> callers;
-        std::vector<int> completed(kThreads, 0);
+        EntryCaller callers[kThreads];
+        int completed[kThreads] = {};
         std::vector<std::thread> threads;
-        for (int t = 0; t < kThreads; ++t) {
-            callers.push_back(std::make_unique<EntryCaller>());
-            threads.emplace_back([&, t, caller = callers[t].get()] {
-                for (int n = 0; n < kCallsPerThread; ++n)
-                    completed[t] += caller->call(kWork[t].blendSpace, kWork[t].hwEnable, kWork[t].layers);
+        for (int t = 0; t < kThreads; ++t)
+            threads.emplace_back([&, t] {
+                for (int n = 0; n < kCallsPerThread; ++n) completed[t] += callers[t].call(kWork[t]);
             });
-        }
         for (std::thread& thread : threads) thread.join();
-        int loads = 0;
-        for (const std::string& t : log.texts()) loads += t.rfind("HDR_load_tone_mapping_xml", 0) == 0;
-        EXPECT_EQ(loads, 1);
+        const auto texts = log.texts();
+        EXPECT_EQ(std::count_if(texts.begin(), texts.end(),
+                                [](const std::string& t) { return t.rfind("HDR_load_tone_mapping_xml", 0) == 0; }),
+                  1);
         EXPECT_FALSE(krel::sim::Held());
         // Each hardware call's acquire, read, push and release run unbroken.
         using krel::sim::Call;
@@ -69,19 +60,17 @@ TEST(Concurrency, ThreadsRacingTheFirstCallLoadTheTuningOnceAndGetSerialLuts) {
         // The same work, one caller at a time, gives the same LUTs and pushes.
         for (int t = 0; t < kThreads; ++t) {
             EXPECT_EQ(completed[t], kCallsPerThread) << "thread " << t;
-            const Work& w = kWork[t];
             EntryCaller alone;
-            ASSERT_EQ(alone.call(w.blendSpace, w.hwEnable, w.layers), 1);
+            ASSERT_EQ(alone.call(kWork[t]), 1);
             for (int i = 0; i < kMaxLayers; ++i) {
-                EXPECT_EQ(callers[t]->appliedFlag(i), alone.appliedFlag(i)) << "thread " << t;
-                EXPECT_TRUE(callers[t]->lut(i) == alone.lut(i)) << "thread " << t << " layer " << i;
+                EXPECT_EQ(callers[t].appliedFlag(i), alone.appliedFlag(i)) << "thread " << t;
+                EXPECT_TRUE(callers[t].lut(i) == alone.lut(i)) << "thread " << t << " layer " << i;
             }
-            if (w.hwEnable == 0) continue;
+            if (kWork[t].hwEnable == 0) continue;
             const std::vector<uint8_t> pushed = krel::sim::Pushes().back().record;
             EXPECT_EQ(std::count_if(pushes.begin(), pushes.end(), [&](const auto& p) { return p.record == pushed; }),
                       kCallsPerThread) << "thread " << t;
         }
-        property_set(kTuningProperty, "");
     });
 }
 
