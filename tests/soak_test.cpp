@@ -23,12 +23,7 @@ constexpr long kDefaultCalls = 100000;
 // (272 bytes) on one case would add over 100 KiB.
 constexpr size_t kHeapSlackBytes = 16 * 1024;
 
-struct Case {
-    uint32_t blendSpace;
-    uint8_t hwEnable;
-    std::vector<EntryLayer> layers;
-    int result;  // what the entry returns
-};
+struct Case { EntryCall call; int result; };  // result: what the entry returns
 
 const EntryLayer kPq{kTransferPq, 0, kPrimariesBt2020, 40000000};
 const EntryLayer kHlg{kTransferHlg};
@@ -38,22 +33,22 @@ const EntryLayer kOther{5, 0, 1};
 
 // Every row of the decision table, including both refusals.
 const std::vector<Case> kCases = {
-    {1, 0, {kPq}, 1},                    // PQ per layer
-    {0, 0, {kPq}, 1},                    // PQ under PQ blending without PCC: cleared
-    {0, 1, {kPq, kPq}, 1},               // PQ hardware LUT, then a PQ layer after it
-    {2, 1, {kPq}, 0},                    // refused: PQ under HLG blending
-    {3, 0, {kPq}, 0},                    // refused: PQ under an unknown blend space
-    {0, 0, {kHlg}, 1},                   // HLG under PQ blending: inverse pipeline
-    {1, 0, {kHlg}, 1},                   // HLG per layer
-    {2, 0, {kHlg}, 1},                   // HLG under HLG blending without PCC: cleared
-    {2, 1, {kHlg}, 1},                   // HLG hardware LUT
-    {2, 1, {kHlg, kHlg}, 0},             // refused: HLG after the blend LUT is taken
-    {3, 1, {kHlg}, 1},                   // HLG under an unknown blend space: nothing
-    {0, 0, {kSdr, kSdrClass}, 1},        // SDR inverse into PQ
-    {2, 0, {kSdrClass, kSdr}, 1},        // SDR inverse into HLG
-    {1, 0, {kSdr, kSdrClass}, 1},        // SDR per layer: cleared
-    {0, 1, {kOther, kPq, kHlg, kSdr}, 1},  // four layers sharing one working record
-    {0, 1, {}, 1},                       // no layers
+    {{1, 0, {kPq}}, 1},                      // PQ per layer
+    {{0, 0, {kPq}}, 1},                      // PQ under PQ blending without PCC: cleared
+    {{0, 1, {kPq, kPq}}, 1},                 // PQ hardware LUT, then a PQ layer after it
+    {{2, 1, {kPq}}, 0},                      // refused: PQ under HLG blending
+    {{3, 0, {kPq}}, 0},                      // refused: PQ under an unknown blend space
+    {{0, 0, {kHlg}}, 1},                     // HLG under PQ blending: inverse pipeline
+    {{1, 0, {kHlg}}, 1},                     // HLG per layer
+    {{2, 0, {kHlg}}, 1},                     // HLG under HLG blending without PCC: cleared
+    {{2, 1, {kHlg}}, 1},                     // HLG hardware LUT
+    {{2, 1, {kHlg, kHlg}}, 0},               // refused: HLG after the blend LUT is taken
+    {{3, 1, {kHlg}}, 1},                     // HLG under an unknown blend space: nothing
+    {{0, 0, {kSdr, kSdrClass}}, 1},          // SDR inverse into PQ
+    {{2, 0, {kSdrClass, kSdr}}, 1},          // SDR inverse into HLG
+    {{1, 0, {kSdr, kSdrClass}}, 1},          // SDR per layer: cleared
+    {{0, 1, {kOther, kPq, kHlg, kSdr}}, 1},  // four layers sharing one working record
+    {{0, 1, {}}, 1},                         // no layers
 };
 
 enum Fault { kNoFault, kAcquireFails, kPccReadFails, kPushFails, kFaultCount };
@@ -65,7 +60,7 @@ TEST(Soak, HeapStaysFlatOverEveryRowFaultAndTuning) {
     // No property, the tuning file, a file that is not there.
     const char* const sources[] = {"", tuning.c_str(), "/nonexistent/hdr_tuning.xml"};
     const long tuningCount = std::size(sources);
-    const char* callsEnv = std::getenv("HDRTM_SOAK_CALLS");
+    const char* callsEnv = std::getenv("HDRTM_SOAK_CALLS");  // fewer for a quick run
     const long calls = callsEnv != nullptr ? std::atol(callsEnv) : kDefaultCalls;
     const long cycle = static_cast<long>(kCases.size()) * kFaultCount * tuningCount;
     ASSERT_GE(calls, 2 * cycle);
@@ -86,7 +81,7 @@ TEST(Soak, HeapStaysFlatOverEveryRowFaultAndTuning) {
         krel::sim::FailPccRead(fault == kPccReadFails ? -5 : 0);
         krel::sim::FailPush(fault == kPushFails ? -7 : 0);
         property_set(kTuningProperty, sources[n / (kCases.size() * kFaultCount) % tuningCount]);
-        if (caller.call(c.blendSpace, c.hwEnable, c.layers) != c.result) wrong = n;
+        if (caller.call(c.call) != c.result) wrong = n;
         if (n == cycle - 1) warmedUp = heapInUse();
     }
     const int last = caller.call(0, 0, {});
@@ -97,7 +92,6 @@ TEST(Soak, HeapStaysFlatOverEveryRowFaultAndTuning) {
     EXPECT_FALSE(krel::sim::Held());
     krel::sim::Reset();
     property_set(kTuningProperty, "");
-
     const size_t after = heapInUse();
     EXPECT_LE(after, warmedUp + kHeapSlackBytes)
         << "heap grew by " << (after - warmedUp) << " bytes over " << calls << " calls";
