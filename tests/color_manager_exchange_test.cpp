@@ -29,7 +29,8 @@ protected:
     LogCapture log_;
 };
 
-TEST_F(Exchange, PackKeepsTopTwoBitsAndWrapsThroughTheMask) {
+// The checksum adds blue as a float to the truncated red + green and wraps.
+TEST_F(Exchange, PackKeepsTopTwoBitsWrapsThroughTheMaskAndSumsBlueAsAFloat) {
     std::vector<uint32_t> lut(kCount, 0xFFFFFFFFu);
     lut[1] = 0x40000000u;
     set(1, 1023.9f, 1024.0f, 1500.0f);  // 1023; 1024 wraps to 0; 1500 wraps to 476
@@ -38,14 +39,9 @@ TEST_F(Exchange, PackKeepsTopTwoBitsAndWrapsThroughTheMask) {
     EXPECT_EQ(lut[0], 0xC0000000u);
     EXPECT_EQ(lut[1], 0x40000000u | 1023u | (476u << 20));
     EXPECT_EQ(lut[2], 0xC0000000u | (1023u << 20));
-}
-
-TEST_F(Exchange, ChecksumAddsBlueAsAFloatAndWraps) {
-    EXPECT_EQ(hdrtm::checksumTerm(1.9f, 2.9f, 0.6f), 3u);    // 3.0 + 0.6
-    EXPECT_EQ(hdrtm::checksumTerm(3.2f, 0.0f, -0.5f), 2u);   // 3.0 - 0.5, not 3
-    EXPECT_EQ(hdrtm::checksumTerm(-7.0f, NAN, 0.0f), 0u);
-    set(0, 1.9f, 2.9f, 0.6f);
-    set(1, 3.2f, 0.0f, -0.5f);
+    set(1, 1.9f, 2.9f, 0.6f);   // 3.0 + 0.6: 3
+    set(2, 3.2f, 0.0f, -0.5f);  // 3.0 - 0.5: 2, not 3
+    set(3, -7.0f, NAN, 0.0f);   // 0
     EXPECT_EQ(hdrtm::lutChecksum(planes_, kCount, 0xFFFFFFFFu), 4u);
     EXPECT_EQ(hdrtm::packLayerLut(planes_, nullptr, 17, 10), 15u);  // no buffer: sums only
 }
@@ -53,7 +49,7 @@ TEST_F(Exchange, ChecksumAddsBlueAsAFloatAndWraps) {
 TEST_F(Exchange, PayloadCarriesTruncatedOutputsAndOptionalInputs) {
     auto uniform = std::make_unique<hdrtm::HardwareLutRecord>(), graded = std::make_unique<hdrtm::HardwareLutRecord>();
     hdrtm::HardwareLutRequest request;
-    std::memset(uniform.get(), 0xFF, sizeof(*uniform));
+    std::memset(uniform.get(), 0xFF, sizeof(*uniform));  // input codes must be written as zeros
     for (unsigned k = 0; k < kCount; ++k) set(k, k * 0.5f, -1.0f, 4095.99f);
     hdrtm::buildLutPayload(planes_, nullptr, false, uniform.get(), &request);
     hdrtm::buildLutPayload(planes_, kHardwareGridCodes, false, graded.get(), &request);
