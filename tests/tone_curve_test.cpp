@@ -44,64 +44,45 @@ TEST_F(ParametricCurve, PiecesMeetAtTheJoinsAndTheInverseUndoesForwardInBothMode
     }
 }
 
-// The pieces one test after another, each with its own formula.
+// Each piece's own formula, tested piece after piece.
 float pieceByPiece(const hdrtm::LogCurve& c, float x) {
+    const float e = c.toeExponent, k = c.shoulderExponent, toe = c.xToe - c.xMin, span = c.shoulderSpan;
     if (x < c.xMin) return c.yMin;
-    if (x < c.xToe) {
-        const float e = c.toeExponent;
-        return c.yMin +
-               (c.xToe - c.xMin) * (c.slope / e) * powf((x - c.xMin) / (c.xToe - c.xMin), e);
-    }
+    if (x < c.xToe) return c.yMin + toe * (c.slope / e) * powf((x - c.xMin) / toe, e);
     if (x < c.xShoulder) return c.slope * x + c.intercept;
-    if (x <= c.xMax) {
-        const float k = c.shoulderExponent;
-        return c.yMax - c.shoulderSpan * (c.slope / k) * powf((c.xMax - x) / c.shoulderSpan, k);
-    }
+    if (x <= c.xMax) return c.yMax - span * (c.slope / k) * powf((c.xMax - x) / span, k);
     return c.yMax;
 }
 
 float pieceByPieceInverse(const hdrtm::LogCurve& c, float y) {
+    const float e = c.toeExponent, k = c.shoulderExponent, toe = c.xToe - c.xMin, span = c.shoulderSpan;
     if (y < c.yMin) return c.xMin;
-    if (y < c.yToe) {
-        const float e = c.toeExponent;
-        return c.xMin +
-               (c.xToe - c.xMin) * powf((y - c.yMin) / (c.xToe - c.xMin) * e / c.slope, 1.0f / e);
-    }
+    if (y < c.yToe) return c.xMin + toe * powf((y - c.yMin) / toe * e / c.slope, 1.0f / e);
     if (y < c.yShoulder) return (y - c.intercept) / c.slope;
-    if (y <= c.yMax) {
-        const float k = c.shoulderExponent;
-        return c.xMax -
-               c.shoulderSpan * powf((c.yMax - y) / c.shoulderSpan * k / c.slope, 1.0f / k);
-    }
+    if (y <= c.yMax) return c.xMax - span * powf((c.yMax - y) / span * k / c.slope, 1.0f / k);
     return c.xMax;
 }
-
-bool sameBits(float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
 // The curve runs block by block without branches: every point, joins and
 // their neighbours included, gets the bits of its piece's formula both ways,
 // also for a tuning whose toe ends before it starts.
 TEST_F(ParametricCurve, RunsOfPointsGetEachPieceFormulaBitForBit) {
     const float inf = std::numeric_limits<float>::infinity();
+    const auto sameBits = [](float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); };
     for (float toeEnd : {yToe, std::log10(0.0001f)}) {
         for (unsigned char mode : {0, 1}) {
-            const hdrtm::LogCurve c =
-                hdrtm::makeLogCurve(yMin, yMax, 2.0f, std::log10(400.0f), mode, xMin, toeEnd,
-                                    yShoulder, intercept, slope);
+            const hdrtm::LogCurve c = hdrtm::makeLogCurve(yMin, yMax, 2.0f, std::log10(400.0f), mode, xMin,
+                                                          toeEnd, yShoulder, intercept, slope);
             std::vector<float> x = {kNaN, inf, -inf};
-            for (float join :
-                 {c.xMin, c.xToe, c.xShoulder, c.xMax, c.yMin, c.yToe, c.yShoulder, c.yMax}) {
+            for (float join : {c.xMin, c.xToe, c.xShoulder, c.xMax, c.yMin, c.yToe, c.yShoulder, c.yMax})
                 x.insert(x.end(), {std::nextafter(join, -inf), join, std::nextafter(join, inf)});
-            }
             for (float v = c.xMin - 1.0f; v < c.xMax + 1.0f; v += 0.007f) x.push_back(v);
             std::vector<float> y = x, back = x;
             hdrtm::logCurveForward(c, y.data(), static_cast<uint32_t>(y.size()));
             hdrtm::logCurveInverse(c, back.data(), static_cast<uint32_t>(back.size()));
             for (size_t i = 0; i < x.size(); ++i) {
-                EXPECT_TRUE(sameBits(y[i], pieceByPiece(c, x[i])))
-                    << "mode " << int(mode) << " x " << x[i] << ": " << y[i];
-                EXPECT_TRUE(sameBits(back[i], pieceByPieceInverse(c, x[i])))
-                    << "mode " << int(mode) << " y " << x[i] << ": " << back[i];
+                EXPECT_TRUE(sameBits(y[i], pieceByPiece(c, x[i]))) << int(mode) << " x " << x[i] << ": " << y[i];
+                EXPECT_TRUE(sameBits(back[i], pieceByPieceInverse(c, x[i]))) << int(mode) << " y " << x[i];
             }
         }
     }
@@ -127,18 +108,24 @@ TEST(TableLookup, InterpolatesAndExtrapolatesTheEndSegments) {
     }
 }
 
-class ControlPoints : public ::testing::Test {
+// The default tuning; map() runs yTM over a one-point grid.
+class DefaultTuning : public ::testing::Test {
 protected:
     void SetUp() override { set_default_vals(&params); }
+    float map(float y, uint32_t direction = MAP_FORWARD) {
+        params.grid_size = 1, params.map_direction = direction;
+        float out = -1.0f;
+        yTM(&params, &y, &out);
+        return out;
+    }
     TMParams params{};
 };
 
-TEST_F(ControlPoints, DefaultPointsBecomeLogNitsAndAnOversizedRecordStaysInItsArrays) {
+TEST_F(DefaultTuning, ControlPointsBecomeLogNitsAndAnOversizedRecordStaysInItsArrays) {
     const toneMapperLUT codes = params.curve;
     CalCurveLUT(&params);
     for (int i = 0; i < 17; ++i) {
-        const float pq =
-            static_cast<float>(hdrtm::kPqDecodeTable[static_cast<int>(codes.points_x[i])]);
+        const float pq = static_cast<float>(hdrtm::kPqDecodeTable[static_cast<int>(codes.points_x[i])]);
         const double panel = std::pow(codes.points_y[i] / 1023.0, 2.2);
         EXPECT_NEAR(params.curve.points_x[i], std::log10(pq * 9999.999 + 0.0005), 2e-6) << i;
         EXPECT_NEAR(params.curve.points_y[i], std::log10(0.02 + panel * (500 - 0.02)), 2e-6) << i;
@@ -154,19 +141,7 @@ TEST_F(ControlPoints, DefaultPointsBecomeLogNitsAndAnOversizedRecordStaysInItsAr
     EXPECT_EQ(params.version, 0u);
 }
 
-// yTM over a one-point grid.
-class LuminanceMapping : public ControlPoints {
-protected:
-    float map(float y, uint32_t direction = MAP_FORWARD) {
-        params.grid_size = 1;
-        params.map_direction = direction;
-        float out = -1.0f;
-        yTM(&params, &y, &out);
-        return out;
-    }
-};
-
-TEST_F(LuminanceMapping, BlackStaysBlackAndPeakGivesTheShoulderEnd) {
+TEST_F(DefaultTuning, BlackStaysBlackAndPeakGivesTheShoulderEnd) {
     for (float y : {0.0f, -0.5f, kNaN}) EXPECT_EQ(map(y), 0.0f) << y;
     EXPECT_FLOAT_EQ(map(0.0f, MAP_INVERSE), 0.0005f / 10000.0f);      // toe start t0
     EXPECT_EQ(map(kNaN, MAP_INVERSE), 0.02f / 10000.0f);              // the black level
@@ -175,9 +150,8 @@ TEST_F(LuminanceMapping, BlackStaysBlackAndPeakGivesTheShoulderEnd) {
     EXPECT_EQ(map(0.0f), 0.0f);
 }
 
-TEST_F(LuminanceMapping, InverseUndoesForwardWithBrightnessAndThroughTheTable) {
-    params.bright_enable = 1;
-    params.sysGamma = 2.2f;
+TEST_F(DefaultTuning, InverseUndoesForwardWithBrightnessAndThroughTheTable) {
+    params.bright_enable = 1, params.sysGamma = 2.2f;
     float previous = 0.0f;
     for (float nits = 0.01f; nits < 480.0f; nits *= 1.3f) {
         const float mapped = map(nits / 10000.0f);
@@ -195,19 +169,15 @@ TEST_F(LuminanceMapping, InverseUndoesForwardWithBrightnessAndThroughTheTable) {
     EXPECT_NEAR(map(out, MAP_INVERSE) / in, 1.0f, 1e-4f);
 }
 
-TEST_F(LuminanceMapping, ThresholdsAreStrictAndScaleIsForwardOnly) {
+TEST_F(DefaultTuning, ThresholdsAreStrictAndScaleIsForwardOnly) {
     const float lower = 0.5f / 10000.0f, upper = 400.0f / 10000.0f, knee = 300.0f / 10000.0f;
     const float atLower = map(lower), atUpper = map(upper), inside = map(0.01f);
     const float atKnee = map(knee), inverseAbove = map(0.5f, MAP_INVERSE);
-    params.bright_enable = 1;
-    params.sysGamma = 2.0f;
+    params.bright_enable = 1, params.sysGamma = 2.0f;
     EXPECT_EQ(map(lower), atLower);
     EXPECT_EQ(map(upper), atUpper);
     EXPECT_GT(map(0.01f), inside);
-    params.bright_enable = 0;
-    params.linearScale = 1;
-    params.scaleStart = 300.0f;
-    params.ratio = 0.5f;
+    params.bright_enable = 0, params.linearScale = 1, params.scaleStart = 300.0f, params.ratio = 0.5f;
     EXPECT_EQ(map(knee), atKnee);
     EXPECT_LT(map(upper), atUpper);
     EXPECT_EQ(map(0.5f, MAP_INVERSE), inverseAbove);
