@@ -23,6 +23,15 @@ struct Fnv1a64 {
     }
 };
 
+// The lines of a text file, less empty lines and "#" comments.
+inline std::vector<std::string> readLines(const std::string& file) {
+    std::vector<std::string> lines;
+    std::ifstream in(file);
+    for (std::string line; std::getline(in, line);)
+        if (!line.empty() && line[0] != '#') lines.push_back(line);
+    return lines;
+}
+
 // `computed` must equal the lines of tests/data/<name> after its "# <header>".
 inline void expectGoldenLines(const std::string& name, const std::string& header,
                               const std::vector<std::string>& computed) {
@@ -33,10 +42,5 @@ inline void expectGoldenLines(const std::string& name, const std::string& header
         for (const std::string& line : computed) out << line << '\n';
         GTEST_SKIP() << "rewrote " << file;
     }
-    std::ifstream in(file);
-    ASSERT_TRUE(in) << file;
-    std::vector<std::string> golden;
-    for (std::string line; std::getline(in, line);)
-        if (!line.empty() && line[0] != '#') golden.push_back(line);
-    EXPECT_EQ(computed, golden);
+    EXPECT_EQ(computed, readLines(file)) << file;
 }
