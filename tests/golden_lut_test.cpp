@@ -10,14 +10,11 @@
 #include <cstdio>
 #include <fstream>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "entry_caller.h"
 #include "fresh_process.h"
-#include "hdr_tm.h"
-#include "log_capture.h"
 #include "golden_file.h"
+#include "log_capture.h"
 #include "tuning_path.h"
 
 namespace {
@@ -43,7 +40,6 @@ const LayerSet kLayerSets[] = {
     {"hlg-blend", 2, 1, {18, 1, 6}},
     {"sdr-only", 0, 0, {1, 13}},
 };
-const char* const kTunings[] = {"defaults", "tuning_v2_p3.xml", "tuning_v1_bt709.xml"};
 
 // "<ret> <checksums...> <hash>" for one call of the entry.
 std::string runLayerSet(const LayerSet& set) {
@@ -68,29 +64,21 @@ std::string runLayerSet(const LayerSet& set) {
     return out.str() + ' ' + fnv.hex();
 }
 
-// Lines "<tuning> <layer set> <result>" for one tuning, computed in a child
-// process (the tuning is loaded once per process) and handed back in a file.
-std::vector<std::string> runTuning(const std::string& tuning) {
-    const std::string file = "/tmp/hdrtm_golden_" + std::to_string(getpid()) + ".txt";
-    inFreshProcess([&] {
-        const std::string path = tuning == "defaults" ? "" : dataTuningPath(tuning);
-        ASSERT_EQ(property_set(kTuningProperty, path.c_str()), 0);
-        std::ofstream out(file);
-        for (const LayerSet& set : kLayerSets) out << tuning << ' ' << set.name << ' ' << runLayerSet(set) << '\n';
-    });
-    std::vector<std::string> lines;
-    std::ifstream in(file);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    std::remove(file.c_str());
-    return lines;
-}
-
+// The tuning is loaded once per process: each one runs in a child process,
+// which appends its lines "<tuning> <layer set> <result>" to a file.
 TEST(GoldenLuts, EveryOutputByteIsUnchanged) {
-    std::vector<std::string> computed;
-    for (const char* tuning : kTunings) {
-        const auto lines = runTuning(tuning);
-        computed.insert(computed.end(), lines.begin(), lines.end());
+    const std::string file = "/tmp/hdrtm_golden_" + std::to_string(getpid()) + ".txt";
+    std::ofstream(file).close();
+    for (const std::string tuning : {"defaults", "tuning_v2_p3.xml", "tuning_v1_bt709.xml"}) {
+        inFreshProcess([&] {
+            const std::string path = tuning == "defaults" ? "" : dataTuningPath(tuning);
+            ASSERT_EQ(property_set(kTuningProperty, path.c_str()), 0);
+            std::ofstream out(file, std::ios::app);
+            for (const LayerSet& set : kLayerSets) out << tuning << ' ' << set.name << ' ' << runLayerSet(set) << '\n';
+        });
     }
+    const std::vector<std::string> computed = readLines(file);
+    std::remove(file.c_str());
     expectGoldenLines("golden_luts.txt", "<tuning> <layer set> <result> <logged checksums...> <FNV-1a 64 of every output byte>",
                       computed);
 }
