@@ -7,38 +7,28 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <functional>
-#include <string>
-#include <vector>
 
+#include "golden_file.h"
 #include "hdr_tm.h"
 #include "lut3d.h"
-#include "golden_file.h"
 
 namespace {
 
-struct Variant {
+const struct {
     const char* name;
-    std::function<void(TMParams&)> apply;
-};
-
-const Variant kVariants[] = {
-    {"defaults_gmap_pcc_12bit", [](TMParams& p) {
-         p.gamut_mode = 2, p.out_bit_depth = 12, p.pcc_enable = 1;
-     }},
+    void (*apply)(TMParams&);
+} kVariants[] = {
+    {"defaults_gmap_pcc_12bit", [](TMParams& p) { p.gamut_mode = 2, p.out_bit_depth = 12, p.pcc_enable = 1; }},
     {"table_curve_p3_srgb", [](TMParams& p) {
          p.version = 1, CalCurveLUT(&p);
          p.gamut_mode = 1, p.panel_color_mode = SPACE_DCIP3, p.output_gamma_space = GAMMA_SRGB;
      }},
     {"bright_sat_linear_bt709", [](TMParams& p) {
-         p.bright_enable = 1, p.sysGamma = 1.2f, p.sat_enable = 1;
-         p.linearScale = 1, p.scaleStart = 300.0f, p.ratio = 0.5f;
-         p.gamut_mode = 1, p.panel_color_mode = SPACE_SRGB, p.output_gamma_space = GAMMA_BT709;
+         p.bright_enable = 1, p.sysGamma = 1.2f, p.sat_enable = 1, p.linearScale = 1, p.scaleStart = 300.0f;
+         p.ratio = 0.5f, p.gamut_mode = 1, p.panel_color_mode = SPACE_SRGB, p.output_gamma_space = GAMMA_BT709;
      }},
     {"derived_shoulder_adobe_custom", [](TMParams& p) {
-         p.enableM = 0, p.clipLuma = 4000.0f, p.grid_set = 1;
-         p.gamut_mode = 1, p.panel_color_mode = SPACE_ADOBE;
+         p.enableM = 0, p.clipLuma = 4000.0f, p.grid_set = 1, p.gamut_mode = 1, p.panel_color_mode = SPACE_ADOBE;
          p.output_gamma_space = GAMMA_CUSTOM, p.output_gamma_val = 2.4f;
      }},
     {"inverse_direction_sat_linear_out", [](TMParams& p) {
@@ -47,13 +37,11 @@ const Variant kVariants[] = {
      }},
 };
 
-struct NamedPipeline {
+const struct {
     const char* name;
     void (*run)(TMParams*, float**);
     uint32_t inverseBt2020Luma;
-};
-
-const NamedPipeline kPipelines[] = {
+} kPipelines[] = {
     {"pq_forward", lut3d_process, 0},
     {"hlg_forward", HLG_lut3d_process, 0},
     {"sdr_to_pq", inverse_lut3d_process, 0},
@@ -78,13 +66,12 @@ TMParams baseParams(PccCoefficients* pcc) {
     return p;
 }
 
-// "<parameter set> <pipeline> <FNV-1a 64 of the planes' bits>", every NaN
-// taken as one canonical NaN (a NaN's bits differ between CPUs).
-std::vector<std::string> computeAll() {
+// Every NaN is hashed as one canonical NaN: a NaN's bits differ between CPUs.
+TEST(GoldenPlanes, EveryPipelineOutputIsBitIdentical) {
     static constexpr uint32_t kCanonicalNaN = 0x7FC00000u;
     std::vector<std::string> lines;
-    for (const Variant& variant : kVariants) {
-        for (const NamedPipeline& pipeline : kPipelines) {
+    for (const auto& variant : kVariants) {
+        for (const auto& pipeline : kPipelines) {
             PccCoefficients pcc;
             TMParams p = baseParams(&pcc);
             variant.apply(p);
@@ -98,11 +85,7 @@ std::vector<std::string> computeAll() {
         }
     }
     std::sort(lines.begin(), lines.end());
-    return lines;
-}
-
-TEST(GoldenPlanes, EveryPipelineOutputIsBitIdentical) {
-    expectGoldenLines("golden_planes.txt", "<parameter set> <pipeline> <FNV-1a 64 of the float planes>", computeAll());
+    expectGoldenLines("golden_planes.txt", "<parameter set> <pipeline> <FNV-1a 64 of the float planes>", lines);
 }
 
 }  // namespace
