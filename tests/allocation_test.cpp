@@ -18,9 +18,10 @@
 #include "hdr_tm.h"
 #include "tm_common.h"
 
-// Under a sanitizer, whose runtime owns malloc, only operator new is replaced
+// Under a sanitizer, whose runtime owns malloc, only operator new is counted
 // (the library allocates through it alone); otherwise the malloc family is
-// replaced too, forwarding to glibc's own entry points.
+// replaced, forwarding to glibc's own entry points, and operator new counts
+// through it.
 #if defined(__has_feature)
 #define HDRTM_HAS_FEATURE(name) __has_feature(name)
 #else
@@ -29,16 +30,8 @@
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
     HDRTM_HAS_FEATURE(address_sanitizer) || HDRTM_HAS_FEATURE(thread_sanitizer)
 #define HDRTM_COUNT_MALLOC 0
-inline void* rawMalloc(size_t size) { return std::malloc(size); }
-inline void rawFree(void* block) { std::free(block); }
 #else
 #define HDRTM_COUNT_MALLOC 1
-extern "C" void* __libc_malloc(size_t size);
-extern "C" void* __libc_calloc(size_t count, size_t size);
-extern "C" void* __libc_realloc(void* block, size_t size);
-extern "C" void __libc_free(void* block);
-inline void* rawMalloc(size_t size) { return __libc_malloc(size); }
-inline void rawFree(void* block) { __libc_free(block); }
 #endif
 
 namespace {
@@ -71,21 +64,19 @@ struct Counter {
 
 Counter gCounter;
 
-void* countedMalloc(size_t size) {
-    void* block = rawMalloc(size);
-    gCounter.taken(block, size);
-    return block;
-}
-void countedFree(void* block) {
-    gCounter.released(block);
-    rawFree(block);
-}
-
 }  // namespace
 
 #if HDRTM_COUNT_MALLOC
-extern "C" void* malloc(size_t size) { return countedMalloc(size); }
-extern "C" void free(void* block) { countedFree(block); }
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* __libc_calloc(size_t count, size_t size);
+extern "C" void* __libc_realloc(void* block, size_t size);
+extern "C" void __libc_free(void* block);
+extern "C" void* malloc(size_t size) {
+    void* block = __libc_malloc(size);
+    gCounter.taken(block, size);
+    return block;
+}
+extern "C" void free(void* block) { gCounter.released(block), __libc_free(block); }
 extern "C" void* calloc(size_t count, size_t size) {
     void* block = __libc_calloc(count, size);
     gCounter.taken(block, count * size);
@@ -100,14 +91,19 @@ extern "C" void* realloc(void* block, size_t size) {
 #endif
 
 void* operator new(size_t size) {
-    if (void* block = countedMalloc(size == 0 ? 1 : size)) return block;
-    throw std::bad_alloc();
+    void* block = std::malloc(size == 0 ? 1 : size);
+    if (!HDRTM_COUNT_MALLOC) gCounter.taken(block, size == 0 ? 1 : size);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
 }
 void* operator new[](size_t size) { return operator new(size); }
-void operator delete(void* block) noexcept { countedFree(block); }
-void operator delete[](void* block) noexcept { countedFree(block); }
-void operator delete(void* block, size_t) noexcept { countedFree(block); }
-void operator delete[](void* block, size_t) noexcept { countedFree(block); }
+void operator delete(void* block) noexcept {
+    if (!HDRTM_COUNT_MALLOC) gCounter.released(block);
+    std::free(block);
+}
+void operator delete[](void* block) noexcept { operator delete(block); }
+void operator delete(void* block, size_t) noexcept { operator delete(block); }
+void operator delete[](void* block, size_t) noexcept { operator delete(block); }
 
 namespace {
 
@@ -200,7 +196,6 @@ TEST_F(AllocationPerCall, EachRowTakesTheTwoBlocksAndItsStagesScratchOnly) {
 // the only ones beyond the library's.
 TEST_F(AllocationPerCall, HardwareRowsAddOnlyTheColourManagersBlocks) {
     krel::PPHWAttributes attributes;
-    std::memset(attributes.panel_name, 0, sizeof(attributes.panel_name));
     static uint8_t lutRecord[krel::sim::kLutRecordBytes];
     struct { uint32_t one = 1, zero = 0; uint8_t* record = lutRecord; uint64_t tail = 0; } request;
     uint8_t pcc[krel::sim::kPccPayloadBytes] = {};
