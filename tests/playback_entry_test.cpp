@@ -302,10 +302,7 @@ void hlgAfterPq(TMParams& p) {
 TEST_F(Entry, SeveralLayersShareStateAndSumTheirChecksums) {
     const Planes pq = expectedPlanes(1, lut3d_process, hardwareSettings);
     const Planes hlg = expectedPlanes(1, inverse_lut3d_process, hlgAfterPq);
-    const Planes sdr = expectedPlanes(1, inverse_lut3d_process, [](TMParams& p) {
-        hlgAfterPq(p);
-        p.inverse_bt2020_luma = 0;
-    });
+    const Planes sdr = expectedPlanes(1, inverse_lut3d_process, [](TMParams& p) { hlgAfterPq(p), p.inverse_bt2020_luma = 0; });
     ASSERT_EQ(call(0, 1, {{16}, {18}, {1}, {16}}), 1);
 
     const uint32_t sum1 = hlg.checksum(0), sum2 = sdr.checksum(sum1);
@@ -330,8 +327,7 @@ TEST_F(Entry, ColourManagerFaultsAreLoggedAndTheLutStillBuilt) {
     ASSERT_EQ(call(0, 1, {{16}}), 1);
     EXPECT_EQ(log().front(), "E Failed getting the Virtual PCC");
     expectPush(pq);
-    krel::sim::Reset();
-    krel::sim::FailAcquire(true);
+    krel::sim::Reset(), krel::sim::FailAcquire(true);
     ASSERT_EQ(call(0, 1, {{16}}), 1);
     const Lines all = log();
     EXPECT_EQ(all.front(), "E failed Acquiring ColorManager");
@@ -339,8 +335,7 @@ TEST_F(Entry, ColourManagerFaultsAreLoggedAndTheLutStillBuilt) {
               (Lines{withSum("E Line: 1785 Forward checksum is = %lld", pq.checksum(0)), kEnd}));
     expectBlend(1, 0, 1);
     EXPECT_TRUE(krel::sim::Pushes().empty());
-    krel::sim::Reset();
-    krel::sim::FailPush(-5);
+    krel::sim::Reset(), krel::sim::FailPush(-5);
     ASSERT_EQ(call(0, 1, {{16}}), 1);
     EXPECT_EQ(*(log().end() - 2), "I SetActiveParam for 3D LUt returned = -5");
     ASSERT_EQ(call(2, 1, {{18}}), 1);
@@ -380,23 +375,19 @@ TEST_F(Entry, ClippingLuminanceDrivesTheLinearScale) {
             ASSERT_EQ(call(0, 0, {{16, 0, kPrimariesBt2020, c.master0, c.cll0},
                                {16, 0, kPrimariesBt2020, c.master1}}), 1);
             const Lines all = log(0);
-            EXPECT_EQ(lineStarting(all, "I src0"),
-                      format("I src0: master = %lld, content = ", c.master0) + std::to_string(c.cll0));
-            EXPECT_EQ(lineStarting(all, "I src 1"),
-                      format("I src 1: master = %lld, content = 0", c.master1));
+            EXPECT_EQ(lineStarting(all, "I src0"), format("I src0: master = %lld, content = ", c.master0) +
+                                                       std::to_string(c.cll0));
+            EXPECT_EQ(lineStarting(all, "I src 1"), format("I src 1: master = %lld, content = 0", c.master1));
             EXPECT_EQ(lineStarting(all, "E line = 1591"),
-                      "E line = 1591 luma = 500 nits blackLevel = 0.001000 nits, clipping luma = " +
-                          std::string(c.clip));
-            EXPECT_EQ(lineStarting(all, "E linear"),
-                      "E linear scale enable = 1, scale start =" + std::string(c.scale));
+                      "E line = 1591 luma = 500 nits blackLevel = 0.001000 nits, clipping luma = " + std::string(c.clip));
+            EXPECT_EQ(lineStarting(all, "E linear"), "E linear scale enable = 1, scale start =" + std::string(c.scale));
         }
     });
     inFreshProcess([&] {  // a tuned clipping luminance below 1000 nits takes the first index
         ASSERT_EQ(property_set(kTuningProperty, dataTuningPath("tuning_low_clip.xml").c_str()), 0);
         ASSERT_EQ(call(0, 0, {}), 1);
         EXPECT_EQ(lineStarting(log(0), "E linear"),
-                  "E linear scale enable = 1, scale start =450.000000 nits, ratio =1.228571, "
-                  "ind = 0, val =880");
+                  "E linear scale enable = 1, scale start =450.000000 nits, ratio =1.228571, ind = 0, val =880");
     });
 }
 
