@@ -143,7 +143,8 @@ float scaled(uint32_t bits, float x) {
     return x;
 }
 
-TEST(PipelineStages, OutputTransferClampsThenEncodesWithLinearBranchesInclusive) {
+// The HLG OETF alone is not clamped and takes the square root at exactly 1/12.
+TEST(PipelineStages, OutputTransferClampsThenEncodesAndTheHlgOetfDoesNotClamp) {
     for (uint32_t space : {GAMMA_2P2, GAMMA_SRGB, GAMMA_BT709, GAMMA_CUSTOM}) {
         EXPECT_EQ(encoded(space, -0.5f), 0.0f) << space;
         EXPECT_EQ(encoded(space, 1.5f), encoded(space, 1.0f)) << space;
@@ -153,11 +154,15 @@ TEST(PipelineStages, OutputTransferClampsThenEncodesWithLinearBranchesInclusive)
         EXPECT_EQ(encoded(space, -0.5f), -0.5f);
         EXPECT_EQ(encoded(space, 1.5f), 1.5f);
     }
+    float x[3] = {1.0f / 12.0f, 1.0f, -0.01f}, *p[3] = {&x[0], &x[1], &x[2]};  // a value per channel
+    hdrtm::encodeHlgOetf(p, 1);
+    EXPECT_EQ(x[0], 0.5f);
+    EXPECT_NEAR(x[1], 1.0f, 1e-6f);
+    EXPECT_TRUE(std::isnan(x[2]));
 }
 
 TEST(PipelineStages, OutputScaleClampsAndNeverRounds) {
-    // bit depth 0 gives 2^0 - 1; depths are taken modulo 32
-    const std::tuple<uint32_t, float, float> rows[] = {
+    const std::tuple<uint32_t, float, float> rows[] = {  // depth 0 gives 2^0 - 1; depths are modulo 32
         {12, 1.0f, 4095.0f}, {10, 1.0f, 1023.0f}, {10, 0.5f, 511.5f}, {10, 1.7f, 1023.0f},
         {10, -0.2f, 0.0f}, {0, 1.0f, 0.0f}, {32, 1.0f, 0.0f}, {44, 1.0f, 4095.0f},
         {31, 1.0f, 2147483647.0f}};
@@ -178,15 +183,6 @@ TEST(PipelineStages, FixedGamutMatrixByPanelColourSpaceUnclamped) {
     EXPECT_EQ(convert(SPACE_SRGB)[0], -0.5875401f);
     EXPECT_GT(convert(SPACE_DCIP3)[1], 1.0f);
     for (uint32_t panel : {uint32_t{SPACE_BT2020}, 5u}) EXPECT_EQ(convert(panel), (std::array{0.0f, 1.0f, 0.0f}));
-}
-
-TEST(PipelineStages, HlgOetfTakesTheSquareRootAtExactlyOneTwelfth) {
-    float x[3] = {1.0f / 12.0f, 1.0f, -0.01f};
-    float* p[3] = {&x[0], &x[1], &x[2]};  // one point, a different value per channel
-    hdrtm::encodeHlgOetf(p, 1);
-    EXPECT_EQ(x[0], 0.5f);
-    EXPECT_NEAR(x[1], 1.0f, 1e-6f);
-    EXPECT_TRUE(std::isnan(x[2]));
 }
 
 }  // namespace
