@@ -44,10 +44,8 @@ protected:
 TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximumWithItsGridAndBadOnesAreNamed) {
     const fs::path path = dir_ / "a.cube";
     writeCube(path.string(), lut_, "t", {"configuration: x", "checksum: 42"});
-    const std::string text = readAll(path);
-    EXPECT_NE(text.find("LUT_3D_SIZE 17\n"), std::string::npos);
-    EXPECT_NE(text.find("# checksum: 42\n"), std::string::npos);
-    EXPECT_NE(text.find("ends at 1023 rather than 1024"), std::string::npos);
+    for (const char* part : {"LUT_3D_SIZE 17\n", "# checksum: 42\n", "ends at 1023 rather than 1024"})
+        EXPECT_NE(readAll(path).find(part), std::string::npos) << part;
     const CubeTable t = readCube(path.string());
     ASSERT_EQ(t.size, kLutSize);
     for (int i = 0; i < kLutEntries; ++i)
@@ -59,9 +57,8 @@ TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximumWithItsGridAndBadOnesAre
     lut_.grid = kNonUniformGrid;
     lut_.uniformGrid = false;
     writeCube((dir_ / "h.cube").string(), lut_, "t", {});
-    writeGridPositions((dir_ / "h.grid.txt").string(), "h.cube", lut_,
-                       {0, 248, 492, 741, 1017, 1233, 1546, 1806, 1930, 2054, 2178, 2302, 2426, 2550,
-                        2675, 3696, 4096});
+    writeGridPositions((dir_ / "h.grid.txt").string(), "h.cube", lut_, {0, 248, 492, 741, 1017, 1233, 1546, 1806,
+                                                                        1930, 2054, 2178, 2302, 2426, 2550, 2675, 3696, 4096});
     const std::string grid = readAll(dir_ / "h.grid.txt");
     EXPECT_NE(grid.find(" 1    62 0.060606 248\n"), std::string::npos);
     EXPECT_NE(grid.find("16  1023 1.000000 4096\n"), std::string::npos);
@@ -101,42 +98,32 @@ TEST(Preview, LookUpReproducesAnIdentityOnEitherGridKeepsGreysOnTheAxisAndRender
     for (const auto& grid : {kUniformGrid, kNonUniformGrid}) {
         const CubeTable t = identityTable(grid);
         using Rgb = std::array<float, 3>;
-        for (const Rgb& rgb : {Rgb{0.1f, 0.7f, 0.33f}, Rgb{0.95f, 0.2f, 0.6f}, Rgb{1.0f, 0.0f, 0.5f}}) {
-            const auto out = lookUp(t, rgb);
-            for (int c = 0; c < 3; ++c) EXPECT_NEAR(out[c], rgb[c], 1e-6);
-        }
+        for (const Rgb& rgb : {Rgb{0.1f, 0.7f, 0.33f}, Rgb{0.95f, 0.2f, 0.6f}, Rgb{1.0f, 0.0f, 0.5f}})
+            for (int c = 0; c < 3; ++c) EXPECT_NEAR(lookUp(t, rgb)[c], rgb[c], 1e-6);
     }
     CubeTable t = identityTable(kUniformGrid);
     for (auto& v : t.values) {
         if (v[0] != v[1] || v[1] != v[2]) v = {1.0f, 0.0f, 0.0f};  // wild colours off the axis
     }
-    for (float x = 0.0f; x <= 1.0f; x += 0.01f) {
-        const auto out = lookUp(t, {x, x, x});
-        EXPECT_NEAR(out[0], x, 1e-6);
-        EXPECT_NEAR(out[1], x, 1e-6);
-    }
+    for (float x = 0.0f; x <= 1.0f; x += 0.01f)
+        for (float v : lookUp(t, {x, x, x})) EXPECT_NEAR(v, x, 1e-6);
     const Image image = renderPreview(identityTable(kUniformGrid), "t", 64);  // both sides, ten bands
     EXPECT_GT(image.width, 2 * 64);
     EXPECT_GT(image.height, 10 * 26);
     EXPECT_EQ(image.pixels.size(), static_cast<size_t>(image.width) * image.height * 3);
 }
 
-TMParams defaultParams() {
+TEST_F(LutFiles, CurvePlotRisesFromBlackToPeakTableFormAddsItsPointsWrittenAsSvgOrPng) {
     TMParams params{};
     set_default_vals(&params);
-    return params;
-}
-
-TEST_F(LutFiles, CurvePlotRisesFromBlackToPeakTableFormAddsItsPointsWrittenAsSvgOrPng) {
-    const CurvePlotData data = sampleToneCurve(defaultParams(), "t");
+    const CurvePlotData data = sampleToneCurve(params, "t");
     ASSERT_EQ(data.curves.size(), 1u);  // defaults use the parametric form only
     const auto& pts = data.curves[0].points;
     for (size_t i = 1; i < pts.size(); ++i) ASSERT_GE(pts[i].second, pts[i - 1].second);
     EXPECT_NEAR(pts.front().second, 0.02, 5e-3);  // the toe starts at the panel black
     EXPECT_NEAR(pts.back().second, 500.0, 1e-2);
-    TMParams tableForm = defaultParams();
-    tableForm.version = 1;
-    const CurvePlotData table = sampleToneCurve(tableForm, "t");
+    params.version = 1;
+    const CurvePlotData table = sampleToneCurve(params, "t");
     EXPECT_EQ(table.curves.size(), 2u);
     ASSERT_EQ(table.controlPoints.size(), 17u);
     EXPECT_NEAR(table.controlPoints[16].second, 500.0, 1e-2);  // code 1023 is the panel peak
