@@ -47,7 +47,7 @@ struct Counter {
     size_t live = 0, peak = 0, lost = 0;   // lost: blocks the table had no room for
 
     size_t slot(const void* block) const { return std::find(address, address + kSlots, block) - address; }
-    void taken(const void* block, size_t bytes) {
+    void taken(void* block, size_t bytes) {  // not const void*: GCC would warn the fresh block is unread
         if (!on || block == nullptr) return;
         on = false;  // the sizes vector may grow
         sizes->push_back(bytes);
