@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <tuple>
 
 #include "commands.h"
 #include "cube_file.h"
@@ -30,18 +31,15 @@ Configuration single(const char* layer, uint32_t blend, bool hw) {
 TEST(LayerConfigs, ParseNamesKeysAndCodesAndRejectTheRestWithTheReason) {
     LayerConfig s;
     std::string error;
+    const auto fields = [&] {
+        return std::tuple(s.transfer, s.primaries, s.contentClass, s.masterNits, s.cllPresent, s.maxCll);
+    };
     ASSERT_TRUE(parseLayerConfig("pq,master=4000,cll=1500", &s, &error));
-    EXPECT_EQ(s.transfer, 16u);
-    EXPECT_EQ(s.primaries, 9u);
-    EXPECT_EQ(s.masterNits, 4000u);
-    EXPECT_TRUE(s.cllPresent);
-    EXPECT_EQ(s.maxCll, 1500u);
+    EXPECT_EQ(fields(), std::tuple(16u, 9u, 0u, 4000u, true, 1500u));
     ASSERT_TRUE(parseLayerConfig("sdr", &s, &error));
-    EXPECT_EQ(s.contentClass, 2u);
-    EXPECT_EQ(s.primaries, 1u);
+    EXPECT_EQ(fields(), std::tuple(1u, 1u, 2u, 0u, false, 0u));
     ASSERT_TRUE(parseLayerConfig("14,class=2,primaries=p3", &s, &error));
-    EXPECT_EQ(s.transfer, 14u);
-    EXPECT_EQ(s.primaries, 12u);
+    EXPECT_EQ(fields(), std::tuple(14u, 12u, 2u, 0u, false, 0u));
     for (const auto& [text, reason] : {std::pair{"", ""}, {"dolby", "pq, hlg, sdr"}, {"pq,master=999999999", ""},
                                        {"pq,master=-5", "master needs a whole number"}, {"pq,peak=1000", "unknown key \"peak\""}}) {
         EXPECT_FALSE(parseLayerConfig(text, &s, &error)) << text;
