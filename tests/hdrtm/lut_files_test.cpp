@@ -57,8 +57,8 @@ TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximumWithItsGridAndBadOnesAre
     lut_.grid = kNonUniformGrid;
     lut_.uniformGrid = false;
     writeCube((dir_ / "h.cube").string(), lut_, "t", {});
-    writeGridPositions((dir_ / "h.grid.txt").string(), "h.cube", lut_, {0, 248, 492, 741, 1017, 1233, 1546, 1806,
-                                                                        1930, 2054, 2178, 2302, 2426, 2550, 2675, 3696, 4096});
+    writeGridPositions((dir_ / "h.grid.txt").string(), "h.cube", lut_,
+                       {0, 248, 492, 741, 1017, 1233, 1546, 1806, 1930, 2054, 2178, 2302, 2426, 2550, 2675, 3696, 4096});
     const std::string grid = readAll(dir_ / "h.grid.txt");
     EXPECT_NE(grid.find(" 1    62 0.060606 248\n"), std::string::npos);
     EXPECT_NE(grid.find("16  1023 1.000000 4096\n"), std::string::npos);
