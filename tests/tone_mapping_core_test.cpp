@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "hdr_tm.h"
@@ -22,10 +23,8 @@ std::array<float, 3> boost(std::array<float, 3> rgb, uint32_t direction, float t
 // already. Only a grey whose chroma rounds to exactly 0 turns NaN inverse:
 // black always, 0.25 not (Cr 9e-10).
 TEST(Saturation, GainRisesAndBoostKeepsLumaAndLegalChroma) {
-    EXPECT_EQ(satGain(0.0099f, 100.0f, 1000.0f, 1.5f), 1.0f);
-    EXPECT_FLOAT_EQ(satGain(0.01f, 100.0f, 1000.0f, 1.5f), 1.0f);
-    EXPECT_FLOAT_EQ(satGain(0.055f, 100.0f, 1000.0f, 1.5f), 1.25f);
-    EXPECT_EQ(satGain(0.1f, 100.0f, 1000.0f, 1.5f), 1.5f);
+    for (auto [y, gain] : {std::pair{0.0099f, 1.0f}, {0.01f, 1.0f}, {0.055f, 1.25f}, {0.1f, 1.5f}})
+        EXPECT_FLOAT_EQ(satGain(y, 100.0f, 1000.0f, 1.5f), gain) << y;
     const std::array<float, 3> red = boost({1.0f, 0.0f, 0.0f}, MAP_FORWARD, 2000.0f);
     for (int c = 0; c < 3; ++c) EXPECT_NEAR(red[c], c == 0 ? 1.0f : 0.0f, 2e-6f) << c;
     const std::array<float, 3> in = {0.3f, 0.2f, 0.1f};
@@ -59,8 +58,7 @@ protected:
     }
     float lumaAt(unsigned i) { return luma2020(rgb[0][i], rgb[1][i], rgb[2][i]); }
     TMParams params{};
-    std::vector<float> rgb[3] = {std::vector<float>(kCount), std::vector<float>(kCount),
-                                 std::vector<float>(kCount)};
+    std::vector<float> rgb[3] = {std::vector<float>(kCount), std::vector<float>(kCount), std::vector<float>(kCount)};
     float* planes[3] = {rgb[0].data(), rgb[1].data(), rgb[2].data()};
 };
 
