@@ -32,9 +32,8 @@ protected:
 TEST_F(ParametricCurve, PiecesMeetAtTheJoinsAndTheInverseUndoesForwardInBothModes) {
     const float xMax = inverse(yMax);  // the shoulder piece returns xMax at yMax
     EXPECT_EQ(xMax, inverse(yMax + 1.0f));
-    for (float join : {xToe, xShoulder, xMax}) {
+    for (float join : {xToe, xShoulder, xMax})
         EXPECT_NEAR(forward(std::nextafter(join, -10.0f)), forward(join), 1e-5f) << join;
-    }
     EXPECT_EQ(forward(xMin - 1.0f), yMin);
     EXPECT_EQ(forward(xMax + 1.0f), yMax);
     for (float x = xMin; x <= xMax; x += 0.015f) {
