@@ -105,7 +105,7 @@ std::vector<float> encode(Encoder f, const std::vector<float>& samples) {
     return planes.r;
 }
 
-TEST(Encoders, BranchesAndNamedPoints) {
+TEST(Encoders, BranchesNamedPointsAndGammaPowers) {
     const std::tuple<Encoder, float, float, float> named[] = {
         {bt709_forward_tf, 0.1f, 0.2909f, 1e-4f}, {bt709_forward_tf, 1.0f, 1.0f, 1e-6f},
         {sRGB_forward_tf, 0.5f, 0.7354f, 1e-4f}, {HLG_forward_tf, 1.0f / 12.0f, 0.5f, 1e-7f},
@@ -125,11 +125,9 @@ TEST(Encoders, BranchesAndNamedPoints) {
     EXPECT_NEAR(pq.g[1], 0.508f, 1e-3f);
     EXPECT_EQ(pq.b[2], powf(0.8359375f, 78.84375f));  // c1^m2, not 0
     EXPECT_EQ(pq.b[3], pq.b[0]);
-}
 
-// The 2.2 exponent is the float quotient 1.0f/2.2f, so custom gamma 2.2
-// encodes bit-identically; decoding with 2.2 returns within a few ulps.
-TEST(Encoders, GammaPowers) {
+    // The 2.2 exponent is the float quotient 1.0f/2.2f, so custom gamma 2.2
+    // encodes bit-identically; decoding with 2.2 returns within a few ulps.
     const std::vector<float> samples = ramp(100);
     Planes custom(samples), fixed(samples);
     gamma_custom_forward_tf(2.2f, custom.p, custom.count(), 3, 1, 1);
