@@ -22,24 +22,16 @@ struct Target {
     int (*harness)(const uint8_t* data, size_t size);
 };
 
-std::vector<fs::path> inputsOf(const std::string& target) {
-    std::vector<fs::path> files;
-    for (const char* kind : {"corpus", "regressions"}) {
-        const fs::path dir = fs::path(HDRTM_FUZZ_DIR) / kind / target;
-        if (!fs::is_directory(dir)) continue;
-        for (const auto& entry : fs::directory_iterator(dir)) {
-            if (entry.is_regular_file()) files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
 class FuzzReplay : public ::testing::TestWithParam<Target> {};
 
 TEST_P(FuzzReplay, EverySeedAndPastFailureRunsClean) {
     hdrtm_fuzz::discardLogs();
-    const std::vector<fs::path> files = inputsOf(GetParam().name);
+    std::vector<fs::path> files;
+    for (const char* kind : {"corpus", "regressions"}) {
+        const fs::path dir = fs::path(HDRTM_FUZZ_DIR) / kind / GetParam().name;
+        if (fs::is_directory(dir)) files.insert(files.end(), fs::directory_iterator(dir), fs::directory_iterator());
+    }
+    std::sort(files.begin(), files.end());
     ASSERT_FALSE(files.empty());
     for (const fs::path& file : files) {
         std::ifstream in(file, std::ios::binary);
@@ -57,18 +49,16 @@ INSTANTIATE_TEST_SUITE_P(Fuzzers, FuzzReplay,
 // Without the layer records, the applied flags or the blend descriptor there
 // is nothing to answer: the call is refused before any byte is written.
 TEST(MissingRecords, CallIsRefusedAndNothingIsWritten) {
-    HdrLayerColorInfo layers[2]{};
+    HdrLayerColorInfo layer0{};
     HdrLayerLut layer{}, blend{};
     layer.enabled = blend.enabled = 0x77;
     uint8_t applied[kMaxLayers] = {0x77, 0x77, 0x77, 0x77};
     enum Missing { kInfo, kLuts, kLayers, kApplied, kBlend, kMissingCount };
     for (int missing = kInfo; missing < kMissingCount; ++missing) {
         HdrPlaybackInfo info{};
-        info.num_layers = 1;
-        info.layers = missing == kLayers ? nullptr : layers;
+        info.num_layers = 1, info.layers = missing == kLayers ? nullptr : &layer0;
         HdrLutSet luts{};
-        luts.layer_luts[0] = &layer;
-        luts.layer_lut_applied = missing == kApplied ? nullptr : applied;
+        luts.layer_luts[0] = &layer, luts.layer_lut_applied = missing == kApplied ? nullptr : applied;
         luts.blend_lut = missing == kBlend ? nullptr : &blend;
         EXPECT_EQ(HDR_playback_strategies(missing == kInfo ? nullptr : &info, missing == kLuts ? nullptr : &luts), 0) << missing;
     }
