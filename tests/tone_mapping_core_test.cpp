@@ -27,8 +27,7 @@ TEST(Saturation, GainRisesAndBoostKeepsLumaAndLegalChroma) {
         EXPECT_FLOAT_EQ(satGain(y, 100.0f, 1000.0f, 1.5f), gain) << y;
     const std::array<float, 3> red = boost({1.0f, 0.0f, 0.0f}, MAP_FORWARD, 2000.0f);
     for (int c = 0; c < 3; ++c) EXPECT_NEAR(red[c], c == 0 ? 1.0f : 0.0f, 2e-6f) << c;
-    const std::array<float, 3> in = {0.3f, 0.2f, 0.1f};
-    const std::array<float, 3> boosted = boost(in, MAP_FORWARD);
+    const std::array<float, 3> in = {0.3f, 0.2f, 0.1f}, boosted = boost(in, MAP_FORWARD);
     EXPECT_GT(boosted[0] - boosted[2], in[0] - in[2]);
     EXPECT_NEAR(luma2020(boosted[0], boosted[1], boosted[2]), luma2020(in[0], in[1], in[2]), 1e-6f);
     const std::array<float, 3> back = boost(boosted, MAP_INVERSE);
@@ -62,7 +61,7 @@ protected:
     float* planes[3] = {rgb[0].data(), rgb[1].data(), rgb[2].data()};
 };
 
-TEST_F(Cores, ForwardMapsLuminanceKeepsBlackGreyAndHue) {
+TEST_F(Cores, ForwardMapsLuminanceKeepsBlackGreyAndHueInverseUsesTheChosenPrimaries) {
     const unsigned colour = 5 + 17 * 9 + 289 * 3;
     const float expected = mapped(lumaAt(colour)), hue = rgb[0][colour] / rgb[1][colour];
     tone_mapping_core(&params, planes);
@@ -70,9 +69,8 @@ TEST_F(Cores, ForwardMapsLuminanceKeepsBlackGreyAndHue) {
     EXPECT_NEAR(rgb[0][colour] / rgb[1][colour], hue, 1e-3f);
     for (int c = 0; c < 3; ++c) EXPECT_EQ(rgb[c][0], 0.0f);
     for (unsigned i = 0; i < kCount; i += 17 * 17 + 17 + 1) EXPECT_NEAR(rgb[2][i], rgb[0][i], 1e-4f);
-}
 
-TEST_F(Cores, InverseTakesLuminanceByTheChosenPrimaries) {
+    // The inverse takes luminance by the chosen primaries.
     params.map_direction = MAP_INVERSE;
     for (uint32_t bt2020 : {0u, 1u}) {
         params.inverse_bt2020_luma = bt2020;
