@@ -100,8 +100,7 @@ TEST(TableLookup, InterpolatesAndExtrapolatesTheEndSegments) {
     EXPECT_EQ(logTM_LUT(-10.0f, &table), -1.0f);
     EXPECT_EQ(logTMInverse_LUT(287.0f, &table), 170.0f);
     EXPECT_TRUE(std::isnan(logTM_LUT(kNaN, &table)));
-    for (auto [count, x, y] :
-         {std::tuple{2, 30.0f, 3.0f}, {4, 50.0f, 19.0f}, {-1, 240.0f, 574.0f}}) {
+    for (auto [count, x, y] : {std::tuple{2, 30.0f, 3.0f}, {4, 50.0f, 19.0f}, {-1, 240.0f, 574.0f}}) {
         table.num_points = count;  // a negative count reads as unsigned: all 24 points
         EXPECT_EQ(logTM_LUT(x, &table), y) << count;
     }
@@ -133,8 +132,7 @@ TEST_F(DefaultTuning, ControlPointsBecomeLogNitsAndAnOversizedRecordStaysInItsAr
     EXPECT_EQ(params.curve.points_x[17], 0.0f);
 
     set_default_vals(&params);
-    params.curve.num_points = 100;
-    params.curve.points_x[3] = 5000.0f;  // beyond 10 bits: read as code 1023
+    params.curve.num_points = 100, params.curve.points_x[3] = 5000.0f;  // x beyond 10 bits: read as code 1023
     CalCurveLUT(&params);
     EXPECT_EQ(params.curve.points_x[3], params.curve.points_x[16]);
     EXPECT_EQ(params.version, 0u);
