@@ -91,9 +91,7 @@ TEST_F(LutPipelines, GamutStageReadsOnlyTheLowTwoBitsOfGamutMode) {
     params.panel_color_mode = SPACE_BT709;
     auto withMode = [&](uint8_t mode) { return params.gamut_mode = mode, run(lut3d_process); };
     const Planes none = withMode(0), matrix = withMode(1), mapped = withMode(2);
-    EXPECT_TRUE(sameBits(withMode(3), none));
-    EXPECT_TRUE(sameBits(withMode(5), matrix));
-    EXPECT_TRUE(sameBits(withMode(6), mapped));
+    EXPECT_TRUE(sameBits(withMode(3), none) && sameBits(withMode(5), matrix) && sameBits(withMode(6), mapped));
     EXPECT_FALSE(sameBits(matrix, none) || sameBits(mapped, none) || sameBits(mapped, matrix));
 }
 
