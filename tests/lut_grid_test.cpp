@@ -21,8 +21,7 @@ struct Grid {
 
 TEST(GridFill, RedFastestBlueSlowestOverEveryPointAndOnlyTheRequestedPoints) {
     Grid grid(hdrtm::kUniformGridCodes);
-    grid.rows[1][1] = 65;  // tell the axes apart
-    grid.rows[2][1] = 66;
+    grid.rows[1][1] = 65, grid.rows[2][1] = 66;  // tell the axes apart
     std::vector<float> r(hdrtm::kLutPoints), g(r), b(r);
     float* planes[3] = {r.data(), g.data(), b.data()};
     input_gen(grid.rows, planes, kGridPointsPerAxis);
