@@ -68,13 +68,11 @@ TEST(TableDecoders, IndexByTruncationPerInMaxWithGuardsAndPlaneCounts) {
     bt709_inverse_tf(byte.p, 1, 255, 1);  // trunc(128 / 255 * 1023) = 513
     EXPECT_EQ(byte.r[0], entry(kBt709DecodeTable, 513));
 
-    // inMax 1: the signal k/1023 reads entry k, and 0.5 reads 511.
-    std::vector<float> signals = ramp(1023);
-    signals.push_back(0.5f);
-    Planes normalised(signals);
+    // inMax 1: the signal k/1023 (R and B) reads entry k, and 0.5 (G) reads 511.
+    Planes normalised(ramp(1023), std::vector<float>(kDecodeTableSize, 0.5f));
     HLG_inverse_tf(normalised.p, normalised.count(), 1, 1);
     for (int k = 0; k < kDecodeTableSize; ++k) EXPECT_EQ(normalised.b[k], entry(kHlgDecodeTable, k)) << k;
-    EXPECT_EQ(normalised.r.back(), entry(kHlgDecodeTable, 511));
+    EXPECT_EQ(normalised.g[0], entry(kHlgDecodeTable, 511));
 
     Planes planes({512.0f}), many({512.0f}), two({0.5f});  // guards: nothing converted
     st2084_inverse_tf(planes.p, 1, 3, 0, 1);
@@ -105,7 +103,7 @@ std::vector<float> encode(Encoder f, const std::vector<float>& samples) {
     return planes.r;
 }
 
-TEST(Encoders, BranchesNamedPointsAndGammaPowers) {
+TEST(Encoders, BranchesNamedPointsGammaPowersAndClipping) {
     const std::tuple<Encoder, float, float, float> named[] = {
         {bt709_forward_tf, 0.1f, 0.2909f, 1e-4f}, {bt709_forward_tf, 1.0f, 1.0f, 1e-6f},
         {sRGB_forward_tf, 0.5f, 0.7354f, 1e-4f}, {HLG_forward_tf, 1.0f / 12.0f, 0.5f, 1e-7f},
@@ -139,9 +137,8 @@ TEST(Encoders, BranchesNamedPointsAndGammaPowers) {
     Planes zero({0.25f, 1.0f});  // gamma 0: infinite exponent
     gamma_custom_forward_tf(0.0f, zero.p, 2, 1, 1, 1);
     EXPECT_EQ(zero.r, (std::vector<float>{0.0f, 1.0f}));
-}
 
-TEST(Clipping, ReplacesOnlyOutOfRangeValues) {
+    // Clipping replaces only out-of-range values.
     EXPECT_EQ((std::vector<float>{Clipping(-1.0f, 0.0f, 1.0f), Clipping(2.0f, 0.0f, 1.0f), Clipping(0.25f, 0.0f, 1.0f),
                                   Clipping(0.0f, 1.0f, -1.0f)}),  // lo > hi: below lo gives lo
               (std::vector<float>{0.0f, 1.0f, 0.25f, 1.0f}));
