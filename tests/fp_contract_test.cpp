@@ -35,8 +35,7 @@ TEST(MultiplyAdd, LibraryMatrixStageRoundsEveryProduct) {
     const hdrtm::Matrix3 m = {{a, a, 0.0f}, {a, a, 0.0f}, {a, a, 0.0f}};
     const auto n = hdrtm::kLutPoints;
     std::vector<float> in0(n, a), in1(n, -a), in2(n, 0.0f), out(3 * n, 1.0f);
-    float* in[] = {in0.data(), in1.data(), in2.data()};
-    float* outPlanes[] = {out.data(), out.data() + n, out.data() + 2 * n};
+    float *in[] = {in0.data(), in1.data(), in2.data()}, *outPlanes[] = {out.data(), out.data() + n, out.data() + 2 * n};
     hdrtm::applyMatrix(m, in, outPlanes, n);
     EXPECT_EQ(std::count(out.begin(), out.end(), 0.0f), 3 * n);
 }
