@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -115,9 +116,8 @@ TEST_F(TuningLoader, SpaceNamesAreExactAndTheGammaValueIsKept) {
     }
     const std::pair<const char*, OUTPUT_GAMMA_SPACE> gammas[] = {
         {nullptr, GAMMA_2P2},  // no space element: the fallback, and the value still read
-        {"linear", GAMMA_LINEAR}, {"BT709", GAMMA_BT709}, {"sRGB", GAMMA_SRGB},
-        {"2p2", GAMMA_2P2},       {"2d2", GAMMA_2P2},     {"custom", GAMMA_CUSTOM},
-        {"2.2", GAMMA_LINEAR},    {"Linear", GAMMA_LINEAR}};
+        {"linear", GAMMA_LINEAR}, {"BT709", GAMMA_BT709}, {"sRGB", GAMMA_SRGB}, {"2p2", GAMMA_2P2},
+        {"2d2", GAMMA_2P2}, {"custom", GAMMA_CUSTOM}, {"2.2", GAMMA_LINEAR}, {"Linear", GAMMA_LINEAR}};
     for (const auto& [name, value] : gammas) {
         const std::string space = name ? std::string("<space>") + name + "</space>" : "";
         ASSERT_EQ(loadBody("<output_gamma_space>" + space + "<val>2.4</val></output_gamma_space>"), 0);
@@ -180,12 +180,10 @@ TEST_F(TuningLoader, SeventeenPointsAreStoredExtrasOnlyCountedFewerIgnoredInputs
         ASSERT_EQ(loadBody(points(count, 17)), 0);
         EXPECT_EQ(params_.curve.num_points, count);
         for (int i = 0; i < 17; ++i) {
-            EXPECT_EQ(params_.curve.points_x[i], static_cast<float>(i * 10)) << count;
-            EXPECT_EQ(params_.curve.points_y[i], static_cast<float>(i * 20)) << count;
+            EXPECT_EQ(std::pair(params_.curve.points_x[i], params_.curve.points_y[i]),
+                      std::pair(static_cast<float>(i * 10), static_cast<float>(i * 20))) << count;
         }
-        uint32_t spare;
-        std::memcpy(&spare, &params_.curve.points_x[17], 4);
-        EXPECT_EQ(spare, 0x5A5A5A5Au) << count;
+        EXPECT_EQ(std::bit_cast<uint32_t>(params_.curve.points_x[17]), 0x5A5A5A5Au) << count;
     }
     for (const std::string& body : {points(16, 17), points(17, 16), points(0, 0),
                                     std::string("<tone_map/>"), std::string("<tone_map><x>1</x></tone_map>")}) {
