@@ -14,12 +14,8 @@ using namespace hdrtm::tool;
 
 std::string dataFile(const std::string& name) { return std::string(HDRTM_CHECK_DATA_DIR) + "/" + name; }
 
-struct Rule {
-    const char* file;
-    int line;
-    Severity severity;
-    const char* text;  // part of the message
-};
+// A diagnostic the checker must give: its file, line, severity and part of its message.
+struct Rule { const char* file; int line; Severity severity; const char* text; };
 
 using enum Severity;
 
