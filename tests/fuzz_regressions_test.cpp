@@ -17,10 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Target {
-    const char* name;  // directory under fuzz/corpus and fuzz/regressions
-    int (*harness)(const uint8_t* data, size_t size);
-};
+// name: the directory under fuzz/corpus and fuzz/regressions.
+struct Target { const char* name; int (*harness)(const uint8_t* data, size_t size); };
 
 class FuzzReplay : public ::testing::TestWithParam<Target> {};
 
