@@ -27,12 +27,8 @@ void addDescriptor(Fnv1a64& fnv, const HdrLayerLut& lut, uint8_t applied) {
     fnv.add(&applied, 1);
 }
 
-struct LayerSet {
-    const char* name;
-    uint32_t blendSpace;
-    uint8_t hw;
-    std::vector<uint32_t> transfers;  // every layer content class 2
-};
+// Every layer content class 2, mastered at 4000 nits.
+struct LayerSet { const char* name; uint32_t blendSpace; uint8_t hw; std::vector<uint32_t> transfers; };
 
 const LayerSet kLayerSets[] = {
     {"pq-blend", 0, 1, {16, 18, 1, 4}},
@@ -45,15 +41,14 @@ const LayerSet kLayerSets[] = {
 std::string runLayerSet(const LayerSet& set) {
     std::vector<EntryLayer> layers;
     for (uint32_t transfer : set.transfers)
-        layers.push_back({transfer, kContentClassSdr, kPrimariesBt2020, 40000000});  // 4000 nits
+        layers.push_back({transfer, kContentClassSdr, kPrimariesBt2020, 40000000});
     krel::sim::Reset();
     LogCapture log;
     EntryCaller caller(0);
     std::ostringstream out;
     out << caller.call(set.blendSpace, set.hw, layers);
-    for (const std::string& line : log.texts()) {
+    for (const std::string& line : log.texts())
         if (line.find("hecksum") != std::string::npos) out << ' ' << line.substr(line.rfind(' ') + 1);
-    }
     Fnv1a64 fnv;
     for (int i = 0; i < kMaxLayers; ++i) {
         addDescriptor(fnv, caller.descriptor(i), caller.appliedFlag(i));
