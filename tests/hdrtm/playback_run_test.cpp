@@ -21,10 +21,9 @@ using namespace hdrtm::tool;
 Configuration single(const char* layer, uint32_t blend, bool hw) {
     Configuration c;
     c.layers.resize(1);
+    c.blendSpace = blend, c.hardware = hw;
     std::string error;
     EXPECT_TRUE(parseLayerConfig(layer, &c.layers[0], &error)) << error;
-    c.blendSpace = blend;
-    c.hardware = hw;
     return c;
 }
 
