@@ -10,14 +10,10 @@
 
 namespace {
 
-// HdrPlaybackInfo
-constexpr size_t kInfoBytes = 72, kBlendSpace = 0, kHwEnable = 4, kNumLayers = 56, kLayers = 64;
-// HdrLayerColorInfo
-constexpr size_t kLayerBytes = 1772, kPrimaries = 4, kTransfer = 12;
-// HdrLutSet
-constexpr size_t kSetBytes = 64, kLayerLuts = 0, kApplied = 32, kBlendLut = 48, kBlendApplied = 56;
-// HdrLayerLut
-constexpr size_t kLutBytes = 40, kDimX = 0, kDimY = 2, kEntries = 8, kEnabled = 16, kReserved = 32;
+constexpr size_t kInfoBytes = 72, kBlendSpace = 0, kHwEnable = 4, kNumLayers = 56, kLayers = 64;  // HdrPlaybackInfo
+constexpr size_t kLayerBytes = 1772, kPrimaries = 4, kTransfer = 12;  // HdrLayerColorInfo
+constexpr size_t kSetBytes = 64, kLayerLuts = 0, kApplied = 32, kBlendLut = 48, kBlendApplied = 56;  // HdrLutSet
+constexpr size_t kLutBytes = 40, kDimX = 0, kDimY = 2, kEntries = 8, kEnabled = 16, kReserved = 32;  // HdrLayerLut
 constexpr size_t kEntryCount = 17 * 17 * 17;
 constexpr uint8_t kPoison = 0xA5;
 
