@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "fuzz_harness.h"
@@ -60,9 +61,7 @@ TEST(MissingRecords, CallIsRefusedAndNothingIsWritten) {
         luts.blend_lut = missing == kBlend ? nullptr : &blend;
         EXPECT_EQ(HDR_playback_strategies(missing == kInfo ? nullptr : &info, missing == kLuts ? nullptr : &luts), 0) << missing;
     }
-    EXPECT_EQ(layer.enabled, 0x77);
-    EXPECT_EQ(blend.enabled, 0x77);
-    EXPECT_EQ(applied[0], 0x77);
+    EXPECT_EQ(std::tuple(layer.enabled, blend.enabled, applied[0]), std::tuple(0x77, 0x77, 0x77));
 }
 
 }  // namespace
