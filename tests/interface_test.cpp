@@ -4,10 +4,10 @@
 #include <bit>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <set>
 #include <string>
 
+#include "golden_file.h"
 #include "hdr_tm.h"
 
 namespace {
@@ -19,10 +19,9 @@ TEST(Defaults, StoreBuiltInValuesAndLeaveTheRest) {
     TMParams p;
     std::memset(&p, 0xA5, sizeof(p));
     set_default_vals(&p);
-    EXPECT_EQ(p.nominal_peak_luminance, 1500.0f);
-    EXPECT_EQ(p.tlower, 0.5f);
-    EXPECT_EQ(p.t1, 0.05f);
-    EXPECT_EQ(p.t2, 0.5f);
+    for (const auto& [value, expected] :
+         {std::pair{p.nominal_peak_luminance, 1500.0f}, {p.tlower, 0.5f}, {p.t1, 0.05f}, {p.t2, 0.5f}})
+        EXPECT_EQ(value, expected);
     EXPECT_EQ(p.enableM, 1);
     EXPECT_EQ(p.linearScale, 0);  // the log cannot tell it from a zeroed record
     EXPECT_EQ(p.version, 0u);
@@ -47,16 +46,15 @@ TEST(SharedLibrary, ExportsExactlyTheInterface) {
                                 HDRTM_SHARED_LIBRARY + "' | grep -v '^[0-9a-f]* A ' | cut -d' ' -f3-";
     FILE* pipe = popen(command.c_str(), "r");
     ASSERT_NE(pipe, nullptr);
-    std::set<std::string> exported, expected;
+    std::set<std::string> exported;
     char buffer[1024];
     while (std::fgets(buffer, sizeof(buffer), pipe) != nullptr) {
         const std::string name(buffer, std::strcspn(buffer, "\n"));
         if (name.rfind("__odr_asan", 0) != 0) exported.insert(name);  // AddressSanitizer's ODR indicators
     }
     ASSERT_EQ(pclose(pipe), 0);
-    std::ifstream in(std::string(HDRTM_TEST_DATA_DIR) + "/exported_symbols.txt");
-    for (std::string line; std::getline(in, line);)
-        if (!line.empty() && line[0] != '#') expected.insert(line);
+    const std::vector<std::string> lines = readLines(std::string(HDRTM_TEST_DATA_DIR) + "/exported_symbols.txt");
+    const std::set<std::string> expected(lines.begin(), lines.end());
     ASSERT_FALSE(expected.empty());
     for (const std::string& name : expected) EXPECT_TRUE(exported.count(name)) << "missing: " << name;
     for (const std::string& name : exported) EXPECT_TRUE(expected.count(name)) << "leaked: " << name;
