@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "output_files.h"
 #include "plot_canvas.h"
 #include "tm_stages.h"
 
@@ -20,7 +21,7 @@ constexpr int kWidth = 780;
 constexpr int kHeight = 540;
 constexpr float kLeft = 80.0f;
 constexpr float kRight = 250.0f;   // room for the legend
-constexpr float kTop = 50.0f;
+constexpr float kTop = 64.0f;
 constexpr float kBottom = 60.0f;
 
 constexpr Rgb8 kAxisColour = {40, 40, 40};
@@ -111,8 +112,9 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
     }
     c.line(kLeft, kTop + plotH, kLeft + plotW, kTop + plotH, kAxisColour, 1.5f);
     c.line(kLeft, kTop, kLeft, kTop + plotH, kAxisColour, 1.5f);
-    c.text(kLeft + plotW / 2.0f, kHeight - 14.0f, "input (nits)", kAxisColour, Anchor::kMiddle);
-    c.text(12.0f, kTop - 12.0f, "output (nits)", kAxisColour, Anchor::kStart);
+    c.text(kLeft + plotW / 2.0f, kHeight - 14.0f, "content luminance in (nits, cd/m²)", kAxisColour,
+           Anchor::kMiddle);
+    c.text(12.0f, kTop - 14.0f, "panel luminance out (nits, cd/m²)", kAxisColour, Anchor::kStart);
     c.line(px(kPlotMinNits), py(kPlotMinNits), px(kPlotMaxNits), py(kPlotMaxNits), kIdentityColour,
            1.0f, true);
     c.line(kLeft, py(data.peakNits), kLeft + plotW, py(data.peakNits), kPeakColour, 1.0f, true);
@@ -142,7 +144,7 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
     legend(kPeakColour, "peak " + nitsLabel(data.peakNits) + " nits", true);
     legend(kBlackColour, "black " + nitsLabel(data.blackNits) + " nits", true);
     legend(kIdentityColour, "output = input", true);
-    c.save(path);
+    writeFileAtomically(path, c.encode());
 }
 
 }  // namespace hdrtm::tool
