@@ -2,6 +2,7 @@
 // and previews, for panel-tuning engineers on their workstations.
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <iostream>
 
 #include "commands.h"
@@ -136,6 +137,9 @@ int main(int argc, char** argv) {
 
     for (CLI::App* sub : app.get_subcommands({})) sub->allow_extras();
 
+    // Over a file-size limit a write then fails with an error we report and
+    // clean up after, instead of the signal killing the process mid-file.
+    std::signal(SIGXFSZ, SIG_IGN);
     captureLibraryLog();
     try {
         app.parse(argc, argv);
