@@ -1,4 +1,5 @@
-// The hdrtm commands. Each returns the process exit status; bad input throws
+// The hdrtm commands, one file each (demo and lut share run_commands.cpp).
+// Each returns the process exit status; bad input throws
 // CommandError with one message naming the problem.
 #pragma once
 

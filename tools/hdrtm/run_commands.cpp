@@ -1,21 +1,18 @@
+// demo and lut: run configurations through the entry and write what it gives.
 #include "commands.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "command_inputs.h"
 #include "cube_file.h"
 #include "hdr_playback.h"
 #include "output_files.h"
 #include "preview.h"
 #include "tone_curve_plot.h"
-#include "tuning_check.h"
 
 namespace hdrtm::tool {
 namespace {
@@ -27,54 +24,10 @@ constexpr uint32_t kDemoMasterHigh = 4000;  // nits
 constexpr uint32_t kDemoCllLow = 600;       // nits
 constexpr uint32_t kDemoCllHigh = 1500;     // nits
 constexpr const char* kCurveFile = "tone_curve.svg";
-constexpr float kClipLumaFloorNits = 1000.0f;  // the entry never clips content below this
-
-void requireReadable(const std::string& path, const char* what) {
-    std::error_code ec;
-    if (!fs::exists(path, ec)) throw CommandError(std::string(what) + " " + path + " does not exist");
-    if (fs::is_directory(path, ec)) throw CommandError(std::string(what) + " " + path + " is a directory");
-    if (access(path.c_str(), R_OK) != 0) {
-        throw CommandError(std::string(what) + " " + path + " is not readable: " + std::strerror(errno));
-    }
-}
-
-// Checks a tuning file before the library sees it: the library would absorb
-// its mistakes silently. Errors stop the command unless `force`; errors and
-// warnings are printed in full.
-CheckResult vetTuning(const std::string& path, bool force) {
-    requireReadable(path, "tuning file");
-    CheckResult check = checkTuningFile(path);
-    for (const Diagnostic& d : check.diagnostics) {
-        if (d.severity != Severity::kNote) std::cerr << formatDiagnostic(path, d) << "\n";
-    }
-    if (check.errors() > 0 && !force) {
-        throw CommandError("the tuning file " + path + " has " + std::to_string(check.errors()) +
-                           " error(s) (above): the library would not use it as written; fix them, "
-                           "or add --force to build from it anyway");
-    }
-    if (check.errors() > 0) {
-        std::cerr << "hdrtm: warning: building from " << path << " despite its " << check.errors()
-                  << " error(s) (--force)\n";
-    }
-    return check;
-}
-
-TMParams defaultParams() {
-    TMParams p;
-    std::memset(&p, 0, sizeof(p));
-    set_default_vals(&p);
-    return p;
-}
 
 std::string twoDigits(int n) {
     char buffer[16];
     std::snprintf(buffer, sizeof(buffer), "%02d", n);
-    return buffer;
-}
-
-std::string formatNits(double nits) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%g", nits);
     return buffer;
 }
 
@@ -335,20 +288,6 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
     return explain && luts == 0 ? kExitNoLut : kExitOk;
 }
 
-// A vetted tuning file as the library loads it, for the tone-curve plot,
-// which needs the record itself.
-TMParams loadTuning(const std::string& path, bool force, bool* versionTwo) {
-    *versionTwo = vetTuning(path, force).versionTwo;
-    TMParams params;
-    PccCoefficients pcc;
-    std::memset(&params, 0, sizeof(params));
-    params.pcc = &pcc;
-    if (HDR_load_tone_mapping_xml(path.c_str(), &params) != 0) {
-        throw CommandError("the library cannot load the tuning file " + path);
-    }
-    params.pcc = nullptr;
-    return params;
-}
 
 }  // namespace
 
@@ -412,121 +351,6 @@ int runDemo(const std::string& tuningPath, const RunOptions& options) {
 
 int runLut(const std::string& tuningPath, const Configuration& config, const RunOptions& options) {
     return runConfigurations(tuningPath, {config}, options, true);
-}
-
-int runCheck(const std::string& path, const CheckOptions& options) {
-    const CheckResult result = checkTuningFile(path);
-    if (options.json) {
-        std::cout << diagnosticsJson(path, result) << "\n";
-        return checkExitStatus(result, options.strict);
-    }
-    for (const Diagnostic& d : result.diagnostics) {
-        if (d.severity != Severity::kNote || options.verbose) std::cout << formatDiagnostic(path, d) << "\n";
-    }
-    if (result.errors() + result.warnings() == 0) {
-        std::cout << path << ": no problems found";
-    } else {
-        std::cout << path << ": " << result.errors() << " error(s), " << result.warnings() << " warning(s)";
-    }
-    if (result.notes() > 0) {
-        std::cout << "; " << result.notes() << " note(s) on fallbacks"
-                  << (options.verbose ? "" : " (shown with -v)");
-    }
-    std::cout << "\n";
-    return checkExitStatus(result, options.strict);
-}
-
-namespace {
-
-// The tone curve the entry uses for content mastered at `peakNits` (0: no
-// mastering metadata): one call with a BT.2020 PQ layer, whose log gives the
-// upper-range knobs the entry derived from it.
-CurvePlotData curveForPeak(TMParams params, float peakNits, bool versionTwo, const std::string& title) {
-    LayerConfig layer;
-    layer.masterNits = static_cast<uint32_t>(peakNits);
-    runConfiguration({{layer}, kBlendSpacePerLayer, false}, 0, versionTwo);
-    upperRangeFromLog(&params);
-    return sampleToneCurve(params, title);
-}
-
-// Why the content peak does not reach the curve of `params`.
-std::string whyPeakIsIgnored(const TMParams& params, bool tuned, float peakNits) {
-    const std::string followIt = "for a curve that follows the content, a tuning needs "
-                                 "<upper><enableM>0</enableM> and <fixedClip>0</fixedClip>";
-    if (!tuned) return "the built-in defaults clip at a fixed luminance; " + followIt;
-    if (params.enableM != 0) {
-        return "the tuning's <upper><enableM> is " + std::to_string(params.enableM) +
-               ", so the curve's shoulder follows <sharp>, not the content's peak; " + followIt;
-    }
-    if (params.fixedClip != 0) {
-        char clip[32];
-        std::snprintf(clip, sizeof(clip), "%g", params.clipLuma);
-        return "the tuning's <upper><fixedClip> is " + std::to_string(params.fixedClip) +
-               ", so the curve clips at its <clipLuma> of " + clip + " nits; " + followIt;
-    }
-    if (peakNits < kClipLumaFloorNits) return "the entry clips content peaks below 1000 nits at 1000";
-    return "this tuning gives the same curve for every content peak";
-}
-
-}  // namespace
-
-int runCurve(const std::string& tuningPath, const std::string& outputPath, float contentPeakNits,
-             bool force) {
-    TMParams params = defaultParams();
-    std::string title = "Tone curve: built-in defaults";
-    bool versionTwo = false;
-    if (!tuningPath.empty()) {
-        params = loadTuning(tuningPath, force, &versionTwo);
-        title = "Tone curve: " + fs::path(tuningPath).filename().string();
-    }
-    std::string error;
-    if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
-    if (contentPeakNits > 0.0f) title += ", content peak " + formatNits(contentPeakNits) + " nits";
-    const CurvePlotData data = curveForPeak(params, contentPeakNits, versionTwo, title);
-    if (contentPeakNits > 0.0f) {
-        // Compared with the curve of content without a mastering peak.
-        const CurvePlotData plain = curveForPeak(params, 0.0f, versionTwo, title);
-        bool same = true;
-        for (size_t k = 0; k < data.curves.size(); ++k)
-            same = same && data.curves[k].points == plain.curves[k].points;
-        if (same) {
-            std::cerr << "hdrtm: note: --content-peak " << formatNits(contentPeakNits)
-                      << " does not change this curve: "
-                      << whyPeakIsIgnored(params, !tuningPath.empty(), contentPeakNits) << "\n";
-        }
-    }
-    writeCurvePlot(data, outputPath);
-    std::cout << "Wrote the tone curve to " << outputPath << "\n";
-    return kExitOk;
-}
-
-int runPreview(const std::string& cubePath, const std::string& outputPath, const std::string& input,
-               const std::string& output, float peakNits) {
-    requireReadable(cubePath, "LUT file");
-    CubeTable table = readCube(cubePath);
-    if (!input.empty() && (!parseSignal(input, &table.input) || table.input == Signal::kPanel)) {
-        throw CommandError("--input must be pq, hlg or sdr, not \"" + input + "\"");
-    }
-    if (!output.empty() && (!parseSignal(output, &table.output) || table.output == Signal::kSdr)) {
-        throw CommandError("--output-signal must be panel, pq or hlg, not \"" + output + "\"");
-    }
-    if (peakNits > 0.0f) table.panel.peakNits = peakNits;
-    if (!table.describesItself) {
-        std::string assumed;
-        const auto assume = [&](bool given, const std::string& what) {
-            if (!given) assumed += (assumed.empty() ? "" : ", ") + what;
-        };
-        assume(!input.empty(), std::string("--input ") + signalName(table.input));
-        assume(!output.empty(), std::string("--output-signal ") + signalName(table.output));
-        assume(peakNits > 0.0f, "--peak " + formatNits(table.panel.peakNits));
-        assume(false, std::string("panel black ") + formatNits(table.panel.blackNits) + " nits, " +
-                          colorModeName(table.panel.colorMode) + " primaries");
-        std::cerr << "hdrtm: note: " << cubePath << " does not record what it maps (hdrtm did not write it); "
-                  << "assumed " << assumed << "\n";
-    }
-    writeFileAtomically(outputPath, encodePng(*renderPreview(table, fs::path(cubePath).filename().string())));
-    std::cout << "Wrote the preview to " << outputPath << "\n";
-    return kExitOk;
 }
 
 }  // namespace hdrtm::tool
