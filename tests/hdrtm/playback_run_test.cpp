@@ -9,9 +9,11 @@
 #include <tuple>
 
 #include "commands.h"
+#include "clf_file.h"
 #include "cube_file.h"
 #include "hdr_playback.h"
 #include "playback_run.h"
+#include "preview.h"
 
 namespace {
 
@@ -83,15 +85,27 @@ TEST(PlaybackRun, HardwareLutComesFromThePushAndCarriesItsChecksum) {
     }
 }
 
-// OpenColorIO's reading of a .cube file at every grid point i/16.
-std::vector<std::array<float, 3>> sampleWithOcio(const std::string& cube) {
-    const std::string command = "/usr/bin/python3 " HDRTM_TOOL_TEST_DIR "/ocio_sample_cube.py '" +
-                                cube + "' 17";
+// OpenColorIO's reading of a LUT file at every point of `positions`^3, red fastest.
+std::vector<std::array<float, 3>> sampleWithOcio(const std::string& file, const std::vector<float>& positions) {
+    std::string list;
+    char number[32];
+    for (float p : positions) {
+        std::snprintf(number, sizeof(number), "%.9g", p);
+        list += (list.empty() ? "" : ",") + std::string(number);
+    }
+    const std::string command =
+        "/usr/bin/python3 " HDRTM_TOOL_TEST_DIR "/ocio_sample.py '" + file + "' " + list;
     std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
     std::vector<std::array<float, 3>> out;
     std::array<float, 3> v{};
     while (pipe && std::fscanf(pipe.get(), "%f %f %f", &v[0], &v[1], &v[2]) == 3) out.push_back(v);
     return out;
+}
+
+std::vector<float> evenPositions() {
+    std::vector<float> p;
+    for (int i = 0; i < kLutSize; ++i) p.push_back(static_cast<float>(i) / (kLutSize - 1));
+    return p;
 }
 
 TEST(CubeReadBack, OpenColorIOReadsTheLibrarysLuts) {
@@ -106,7 +120,7 @@ TEST(CubeReadBack, OpenColorIOReadsTheLibrarysLuts) {
         const Lut3d& lut = r.luts[0].lut;
         const std::string path = (dir / (c.slug() + ".cube")).string();
         writeCube(path, lut, c.describe(), {});
-        const auto read = sampleWithOcio(path);
+        const auto read = sampleWithOcio(path, evenPositions());
         ASSERT_EQ(read.size(), static_cast<size_t>(kLutEntries))
             << "OpenColorIO (python3-pyopencolorio) did not read " << path;
         for (int k = 0; k < kLutEntries; ++k)
@@ -114,6 +128,56 @@ TEST(CubeReadBack, OpenColorIOReadsTheLibrarysLuts) {
                 ASSERT_NEAR(read[k][ch], double(lut.codes[k][ch]) / lut.maxCode(), 2e-6)
                     << c.describe() << " @" << k;
     }
+    fs::remove_all(dir);
+}
+
+// A CLF file read by OpenColorIO at the library's own grid positions gives
+// the library's codes, and between the points what hdrtm's interpolation
+// gives; hdrtm reads its own file back to the same table.
+TEST(ClfReadBack, OpenColorIOFindsTheCodesAtTheTrueGridPositions) {
+    const fs::path dir = fs::temp_directory_path() / "hdrtm_clf_readback";
+    fs::create_directories(dir);
+    std::string error;
+    ASSERT_TRUE(setTuningProperty(HDRTM_CHECK_DATA_DIR "/clean.xml", &error)) << error;
+    const std::pair<Configuration, bool> cases[] = {
+        {single("pq,master=1000", kBlendSpacePerLayer, false), false},  // uniform, 10-bit
+        {single("pq,master=1000", kBlendSpacePq, true), true},          // non-uniform, 12-bit
+    };
+    for (const auto& [config, nonUniform] : cases) {
+        const RunResult r = runConfiguration(config, 0, nonUniform);
+        ASSERT_EQ(r.luts.size(), 1u);
+        const Lut3d& lut = r.luts[0].lut;
+        ASSERT_EQ(lut.uniformGrid, !nonUniform);
+        const std::string path = (dir / (config.slug() + ".clf")).string();
+        writeClf(path, lut, config.describe(), {"a note & <brackets>"});
+        const CubeTable own = readLutFile(path);
+        EXPECT_EQ(own.positions, toCubeTable(lut).positions);
+        EXPECT_EQ(own.values, toCubeTable(lut).values);
+        EXPECT_EQ(own.bitDepth, lut.bitDepth);
+
+        std::vector<float> nodes, between;
+        for (int i = 0; i < kLutSize; ++i) nodes.push_back(lut.grid[i] / float(kInputCodeMax));
+        for (int i = 0; i + 1 < kLutSize; i += 3) {
+            between.push_back((lut.grid[i] + lut.grid[i + 1]) / 2 / float(kInputCodeMax));
+        }
+        const auto atNodes = sampleWithOcio(path, nodes);
+        ASSERT_EQ(atNodes.size(), static_cast<size_t>(kLutEntries)) << "OpenColorIO did not read " << path;
+        for (int k = 0; k < kLutEntries; ++k)
+            for (int ch = 0; ch < 3; ++ch)
+                ASSERT_NEAR(atNodes[k][ch], double(lut.codes[k][ch]) / lut.maxCode(), 1e-6)
+                    << config.describe() << " node " << k;
+        const auto atBetween = sampleWithOcio(path, between);
+        size_t k = 0;
+        for (float b : between)
+            for (float g : between)
+                for (float red : between) {
+                    const auto expected = lookUp(own, {red, g, b});
+                    for (int ch = 0; ch < 3; ++ch)
+                        ASSERT_NEAR(atBetween[k][ch], expected[ch], 2e-6) << red << " " << g << " " << b;
+                    ++k;
+                }
+    }
+    setTuningProperty("", &error);
     fs::remove_all(dir);
 }
 

@@ -27,6 +27,7 @@ struct RunOptions {
     bool previews = true;
     bool verbose = false;    // echo the library's log
     bool force = false;      // build from a tuning with errors; write beside foreign files
+    std::string format = "cube";  // LUT files: "cube" or "clf" (Common LUT Format)
 };
 
 struct CheckOptions {

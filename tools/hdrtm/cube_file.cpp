@@ -28,6 +28,41 @@ std::string gridList(const Lut3d& lut) {
 
 }  // namespace
 
+std::string describeSignals(const Lut3d& lut) {
+    std::ostringstream out;
+    out << "input=" << signalName(lut.input) << " output=" << signalName(lut.output)
+        << " bits=" << lut.bitDepth << " panel_peak=" << lut.panel.peakNits
+        << " panel_black=" << lut.panel.blackNits
+        << " panel_primaries=" << colorModeName(lut.panel.colorMode)
+        << " panel_gamma=" << lut.panel.gammaSpace << " panel_gamma_value=" << lut.panel.gammaValue;
+    return out.str();
+}
+
+void readSignals(const std::string& text, CubeTable& t) {
+    t.describesItself = true;
+    std::istringstream fields(text);
+    std::string field;
+    while (fields >> field) {
+        const size_t eq = field.find('=');
+        if (eq == std::string::npos) continue;
+        const std::string key = field.substr(0, eq);
+        const std::string value = field.substr(eq + 1);
+        const float number = std::strtof(value.c_str(), nullptr);
+        if (key == "input") parseSignal(value, &t.input);
+        if (key == "output") parseSignal(value, &t.output);
+        if (key == "bits") t.bitDepth = static_cast<int>(number);
+        if (key == "panel_peak") t.panel.peakNits = number;
+        if (key == "panel_black") t.panel.blackNits = number;
+        if (key == "panel_gamma") t.panel.gammaSpace = static_cast<uint32_t>(number);
+        if (key == "panel_gamma_value") t.panel.gammaValue = number;
+        if (key == "panel_primaries") {
+            for (uint32_t m = 0; m < 5; ++m) {
+                if (value == colorModeName(m)) t.panel.colorMode = m;
+            }
+        }
+    }
+}
+
 CubeTable toCubeTable(const Lut3d& lut) {
     CubeTable t;
     t.size = kLutSize;
@@ -36,6 +71,7 @@ CubeTable toCubeTable(const Lut3d& lut) {
     }
     t.values.resize(kLutEntries);
     for (int i = 0; i < kLutEntries; ++i) t.values[i] = lut.normalised(i);
+    t.bitDepth = lut.bitDepth;
     t.input = lut.input;
     t.output = lut.output;
     t.panel = lut.panel;
@@ -60,10 +96,7 @@ void writeCube(const std::string& path, const Lut3d& lut, const std::string& tit
             << " of 1023);\n# a reader that assumes evenly spaced points misplaces them: see "
                "the .grid.txt file beside this one.\n";
     }
-    out << kInfoKey << " input=" << signalName(lut.input) << " output=" << signalName(lut.output)
-        << " bits=" << lut.bitDepth << " panel_peak=" << lut.panel.peakNits
-        << " panel_black=" << lut.panel.blackNits
-        << " panel_primaries=" << colorModeName(lut.panel.colorMode) << "\n";
+    out << kInfoKey << " " << describeSignals(lut) << "\n";
     out << kGridKey << " " << gridList(lut) << "\n";
     out << "TITLE \"" << title << "\"\n";
     out << "LUT_3D_SIZE " << kLutSize << "\n";
@@ -113,24 +146,7 @@ CubeTable readCube(const std::string& path) {
         ++lineNumber;
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (line.rfind(kInfoKey, 0) == 0) {
-            t.describesItself = true;
-            std::istringstream fields(line.substr(std::strlen(kInfoKey)));
-            std::string field;
-            while (fields >> field) {
-                const size_t eq = field.find('=');
-                if (eq == std::string::npos) continue;
-                const std::string key = field.substr(0, eq);
-                const std::string value = field.substr(eq + 1);
-                if (key == "input") parseSignal(value, &t.input);
-                if (key == "output") parseSignal(value, &t.output);
-                if (key == "panel_peak") t.panel.peakNits = std::strtof(value.c_str(), nullptr);
-                if (key == "panel_black") t.panel.blackNits = std::strtof(value.c_str(), nullptr);
-                if (key == "panel_primaries") {
-                    for (uint32_t m = 0; m < 5; ++m) {
-                        if (value == colorModeName(m)) t.panel.colorMode = m;
-                    }
-                }
-            }
+            readSignals(line.substr(std::strlen(kInfoKey)), t);
             continue;
         }
         if (line.rfind(kGridKey, 0) == 0) {

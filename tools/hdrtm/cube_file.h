@@ -20,10 +20,17 @@ struct CubeTable {
     Signal input = Signal::kPq;
     Signal output = Signal::kPanel;
     PanelInfo panel;
+    int bitDepth = 0;              // of the codes the values stand for (0: not recorded)
     bool describesItself = false;  // the file records its signals and panel (hdrtm wrote it)
 };
 
 CubeTable toCubeTable(const Lut3d& lut);
+
+// The LUT's signals, bit depth and panel as "key=value" words, which hdrtm
+// writes into its LUT files so that they describe themselves; readSignals
+// takes them back (and marks `t` as describing itself).
+std::string describeSignals(const Lut3d& lut);
+void readSignals(const std::string& text, CubeTable& t);
 
 // Writes `lut` as a .cube file; `notes` become comment lines of the header
 // (configuration, checksum). Throws std::runtime_error when it cannot write.

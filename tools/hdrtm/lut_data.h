@@ -29,6 +29,8 @@ struct PanelInfo {
     float peakNits = 500.0f;
     float blackNits = 0.02f;
     uint32_t colorMode = 3;  // HDR_COLOR_SPACE of the panel
+    uint32_t gammaSpace = 1;  // OUTPUT_GAMMA_SPACE of the panel signal (1: power 1/2.2)
+    float gammaValue = 2.2f;  // the exponent of a custom output gamma
 };
 
 struct Lut3d {

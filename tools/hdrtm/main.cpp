@@ -26,6 +26,11 @@ void addRunOptions(CLI::App* cmd, RunOptions& options, const std::string& defaul
     cmd->add_flag("--no-preview", [&options](int64_t) { options.previews = false; },
                   "skip the preview images");
     cmd->add_flag("-v,--verbose", options.verbose, "echo the library's log lines");
+    cmd->add_option("--format", options.format,
+                    "LUT file format: cube (.cube, read by most tools) or clf (Common LUT Format, "
+                    "grid points at their true positions)")
+        ->check(CLI::IsMember({"cube", "clf"}))
+        ->capture_default_str();
     cmd->add_flag("--force", options.force,
                   "build from a tuning file with errors; write into a folder holding other files");
 }

@@ -161,6 +161,8 @@ PanelInfo panelFromLog() {
             panel.blackNits = black;
         } else if (std::sscanf(line.c_str(), "output color space = %u", &mode) == 1) {
             panel.colorMode = mode;
+        } else if (std::sscanf(line.c_str(), "output gamma space = %u", &mode) == 1) {
+            panel.gammaSpace = mode;
         }
     }
     return panel;
@@ -490,6 +492,8 @@ bool setTuningProperty(const std::string& path, std::string* error) {
         *error = "cannot set the property " + std::string(kTuningProperty);
         return false;
     }
+    // The library loads a tuning once per process; a new path must load anew.
+    g_params_ready = 0;
     return true;
 }
 

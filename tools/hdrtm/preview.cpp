@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "color_difference.h"
 #include "tm_stages.h"
 
 namespace hdrtm::tool {
@@ -23,10 +24,6 @@ constexpr double kHlgB = 0.28466892;
 constexpr double kHlgC = 0.55991073;
 constexpr double kHlgPeakNits = 1000.0;
 constexpr double kHlgSystemGamma = 1.2;
-// BT.2020 luminance weights.
-constexpr double kLumaR = 0.2627;
-constexpr double kLumaG = 0.678;
-constexpr double kLumaB = 0.0593;
 // SDR content: sRGB signal with white at 100 nits.
 constexpr double kSdrWhiteNits = 100.0;
 constexpr double kPreviewGamma = 2.2;  // encoding of the plain clip for viewing
@@ -90,22 +87,6 @@ float encodeGrey(double nits, Signal s) {
                 std::pow(std::min(nits / kHlgPeakNits, 1.0), 1.0 / kHlgSystemGamma)));
         default: return static_cast<float>(srgbEncode(std::min(nits / kSdrWhiteNits, 1.0)));
     }
-}
-
-// Signal of `s` to display light in nits, per pixel.
-std::array<double, 3> decodeToNits(const std::array<float, 3>& v, Signal s) {
-    std::array<double, 3> out{};
-    if (s == Signal::kPq) {
-        for (int c = 0; c < 3; ++c) out[c] = pqToNits(v[c]);
-    } else if (s == Signal::kHlg) {
-        for (int c = 0; c < 3; ++c) out[c] = hlgToScene(v[c]);
-        const double ys = kLumaR * out[0] + kLumaG * out[1] + kLumaB * out[2];
-        const double gain = kHlgPeakNits * std::pow(std::max(ys, 0.0), kHlgSystemGamma - 1.0);
-        for (double& e : out) e *= gain;
-    } else {
-        for (int c = 0; c < 3; ++c) out[c] = srgbDecode(std::clamp<double>(v[c], 0.0, 1.0)) * kSdrWhiteNits;
-    }
-    return out;
 }
 
 std::array<float, 3> hue(float u) {
@@ -185,6 +166,21 @@ double sceneToHlg(double scene) {
     return e <= 1.0 / 12.0 ? std::sqrt(3.0 * e) : kHlgA * std::log(12.0 * e - kHlgB) + kHlgC;
 }
 
+std::array<double, 3> signalToNits(const std::array<float, 3>& v, Signal s) {
+    std::array<double, 3> out{};
+    if (s == Signal::kPq) {
+        for (int c = 0; c < 3; ++c) out[c] = pqToNits(v[c]);
+    } else if (s == Signal::kHlg) {
+        for (int c = 0; c < 3; ++c) out[c] = hlgToScene(v[c]);
+        const double ys = luminance(out);
+        const double gain = kHlgPeakNits * std::pow(std::max(ys, 0.0), kHlgSystemGamma - 1.0);
+        for (double& e : out) e *= gain;
+    } else {
+        for (int c = 0; c < 3; ++c) out[c] = srgbDecode(std::clamp<double>(v[c], 0.0, 1.0)) * kSdrWhiteNits;
+    }
+    return out;
+}
+
 std::array<float, 3> lookUp(const CubeTable& t, const std::array<float, 3>& rgb) {
     const auto [r, fr] = locate(t.positions, rgb[0]);
     const auto [g, fg] = locate(t.positions, rgb[1]);
@@ -215,7 +211,7 @@ std::array<float, 3> lookUp(const CubeTable& t, const std::array<float, 3>& rgb)
 namespace {
 
 // Display light in nits of a grey input signal `u` of `s`.
-double greyNits(double u, Signal s) { return decodeToNits({float(u), float(u), float(u)}, s)[1]; }
+double greyNits(double u, Signal s) { return signalToNits({float(u), float(u), float(u)}, s)[1]; }
 
 std::string nitsText(double nits) {
     char buffer[32];
@@ -298,9 +294,9 @@ std::unique_ptr<Raster> renderPreview(const CubeTable& table, const std::string&
             if (table.output == Signal::kPanel) {
                 lutSide[x] = {toByte(out[0]), toByte(out[1]), toByte(out[2])};
             } else {
-                lutNits[x] = decodeToNits(out, table.output);
+                lutNits[x] = signalToNits(out, table.output);
             }
-            sourceNits[x] = decodeToNits(signal[x], table.input);
+            sourceNits[x] = signalToNits(signal[x], table.input);
         }
         // A LUT into a blending space is shown as that space's light on the panel.
         if (table.output != Signal::kPanel) lutSide = plainClip(lutNits, false, table.panel);

@@ -17,6 +17,10 @@ double pqToNits(double signal);
 double nitsToPq(double nits);
 double hlgToScene(double signal);  // scene light 0..1
 double sceneToHlg(double scene);
+// Display light in nits of a signal of `s` per channel: PQ, HLG on its
+// 1000-nit reference display, SDR as sRGB with white at 100 nits (on its own
+// primaries).
+std::array<double, 3> signalToNits(const std::array<float, 3>& v, Signal s);
 
 // Looks `rgb` (input signal 0..1) up in the table by tetrahedral
 // interpolation between its sample positions.

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "clf_file.h"
 #include "command_inputs.h"
 #include "cube_file.h"
 #include "hdr_playback.h"
@@ -65,11 +66,13 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
         for (const std::string& line : lastLibraryLog()) std::cerr << "  LIBHDR_TM: " << line << "\n";
     }
     const std::string stem = twoDigits(index) + "_" + config.slug();
+    const bool clf = options.format == "clf";
     for (const ProducedLut& p : summary.result.luts) {
         std::string label = p.label;
         std::replace(label.begin(), label.end(), ' ', '-');
         const std::string base = stem + "_" + label;
-        WrittenLut w{p.label, base + ".cube", "", "", p.hasChecksum, p.checksum, p.lut.bitDepth,
+        WrittenLut w{p.label, base + (clf ? ".clf" : ".cube"), "", "", p.hasChecksum, p.checksum,
+                     p.lut.bitDepth,
                      p.lut.uniformGrid};
         std::vector<std::string> notes = {
             "configuration: " + config.describe(),
@@ -97,9 +100,14 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
             w.preview = base + "_preview.png";
             preview = encodePng(*renderPreview(toCubeTable(p.lut), title));
         }
-        writeCube(inFolder(w.cube), p.lut, title, notes);
+        if (clf) {
+            writeClf(inFolder(w.cube), p.lut, title, notes);
+        } else {
+            writeCube(inFolder(w.cube), p.lut, title, notes);
+        }
         written.push_back(w.cube);
-        if (!p.lut.uniformGrid) {
+        // A CLF file places the points itself; a .cube file needs the list beside it.
+        if (!p.lut.uniformGrid && !clf) {
             w.grid = base + ".grid.txt";
             writeGridPositions(inFolder(w.grid), w.cube, p.lut, p.hardwareGrid);
             written.push_back(w.grid);
@@ -275,7 +283,8 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
         if (files == 0)
             std::cout << "No LUT: the entry gives none for this configuration (the note says why). ";
         if (files > 0) {
-            std::cout << "Wrote " << files << " LUTs as .cube files"
+            std::cout << "Wrote " << files << " LUTs as "
+                      << (options.format == "clf" ? "CLF" : ".cube") << " files"
                       << (options.previews ? " with previews" : "") << " and the tone curve";
         } else {
             std::cout << "Wrote the tone curve";

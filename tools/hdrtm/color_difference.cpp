@@ -1,0 +1,120 @@
+#include "color_difference.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "preview.h"
+#include "tm_stages.h"
+
+namespace hdrtm::tool {
+namespace {
+
+// BT.2020 luminance weights.
+constexpr double kLumaR = 0.2627;
+constexpr double kLumaG = 0.678;
+constexpr double kLumaB = 0.0593;
+
+// BT.2100 ICtCp: BT.2020 RGB to LMS, in 4096ths.
+constexpr double kRgbToLms[3][3] = {
+    {1688.0 / 4096, 2146.0 / 4096, 262.0 / 4096},
+    {683.0 / 4096, 2951.0 / 4096, 462.0 / 4096},
+    {99.0 / 4096, 309.0 / 4096, 3688.0 / 4096},
+};
+// BT.2100 ICtCp: PQ-encoded L'M'S' to I, Ct, Cp.
+constexpr double kLmsToIctcp[3][3] = {
+    {0.5, 0.5, 0.0},
+    {6610.0 / 4096, -13613.0 / 4096, 7003.0 / 4096},
+    {17933.0 / 4096, -17390.0 / 4096, -543.0 / 4096},
+};
+constexpr double kItpScale = 720.0;  // BT.2124: ΔE_ITP of 1 is about one JND
+constexpr double kItpTWeight = 0.5;  // BT.2124: T = 0.5 Ct
+
+// Output transfers of the panel signal, as the tuning's output_gamma_space
+// numbers them.
+constexpr uint32_t kGammaLinear = 0;
+constexpr uint32_t kGamma2p2 = 1;
+constexpr uint32_t kGammaSrgb = 2;
+constexpr uint32_t kGammaBt709 = 3;
+constexpr uint32_t kGammaCustom = 4;
+constexpr double kPanelGamma = 2.2;
+
+// Panel signal to light relative to the panel's peak: the inverse of the
+// library's output transfer.
+double panelSignalToLight(double x, const PanelInfo& panel) {
+    x = std::clamp(x, 0.0, 1.0);
+    switch (panel.gammaSpace) {
+        case kGammaLinear: return x;
+        case kGamma2p2: return std::pow(x, kPanelGamma);
+        case kGammaSrgb: return x <= 0.04045 ? x / 12.92 : std::pow((x + 0.055) / 1.055, 2.4);
+        case kGammaBt709: return x < 0.081 ? x / 4.5 : std::pow((x + 0.099) / 1.099, 1.0 / 0.45);
+        case kGammaCustom: return std::pow(x, panel.gammaValue);
+        default: return x;  // the library applies no transfer for other values
+    }
+}
+
+// Converts planes of light on `colorMode` primaries to BT.2020 in place.
+void toBt2020(std::vector<float> (&planes)[3], uint32_t colorMode) {
+    float* p[3] = {planes[0].data(), planes[1].data(), planes[2].data()};
+    const unsigned int n = static_cast<unsigned int>(planes[0].size());
+    switch (colorMode) {
+        case SPACE_SRGB:
+        case SPACE_BT709: rgb2rgb_conv(p, BT709_TO_BT2020, n); break;
+        case SPACE_ADOBE: rgb2rgb_conv(p, ADOBE_TO_BT2020, n); break;
+        case SPACE_DCIP3: rgb2rgb_conv(p, P3_TO_BT2020, n); break;
+        default: break;
+    }
+}
+
+}  // namespace
+
+double luminance(const Nits3& rgb) { return kLumaR * rgb[0] + kLumaG * rgb[1] + kLumaB * rgb[2]; }
+
+Ictcp ictcpFromNits(const Nits3& rgb) {
+    double lms[3];
+    for (int k = 0; k < 3; ++k) {
+        const double linear =
+            kRgbToLms[k][0] * rgb[0] + kRgbToLms[k][1] * rgb[1] + kRgbToLms[k][2] * rgb[2];
+        lms[k] = nitsToPq(std::max(linear, 0.0));
+    }
+    double out[3];
+    for (int k = 0; k < 3; ++k) {
+        out[k] = kLmsToIctcp[k][0] * lms[0] + kLmsToIctcp[k][1] * lms[1] + kLmsToIctcp[k][2] * lms[2];
+    }
+    return {out[0], out[1], out[2]};
+}
+
+double deltaEItp(const Ictcp& a, const Ictcp& b) {
+    const double di = a.i - b.i;
+    const double dt = kItpTWeight * (a.ct - b.ct);
+    const double dp = a.cp - b.cp;
+    return kItpScale * std::sqrt(di * di + dt * dt + dp * dp);
+}
+
+std::vector<Nits3> outputLight(const std::vector<std::array<float, 3>>& values, Signal output,
+                               const PanelInfo& panel) {
+    std::vector<Nits3> out(values.size());
+    if (output != Signal::kPanel) {
+        for (size_t i = 0; i < values.size(); ++i) out[i] = signalToNits(values[i], output);
+        return out;
+    }
+    std::vector<float> planes[3];
+    for (auto& p : planes) p.resize(values.size());
+    for (size_t i = 0; i < values.size(); ++i) {
+        for (int c = 0; c < 3; ++c) {
+            planes[c][i] = static_cast<float>(panelSignalToLight(values[i][c], panel) * panel.peakNits);
+        }
+    }
+    toBt2020(planes, panel.colorMode);
+    for (size_t i = 0; i < values.size(); ++i) out[i] = {planes[0][i], planes[1][i], planes[2][i]};
+    return out;
+}
+
+Nits3 inputLight(const std::array<float, 3>& signal, Signal input) {
+    const Nits3 nits = signalToNits(signal, input);
+    if (input != Signal::kSdr) return nits;
+    std::vector<float> planes[3] = {{float(nits[0])}, {float(nits[1])}, {float(nits[2])}};
+    toBt2020(planes, SPACE_BT709);
+    return {planes[0][0], planes[1][0], planes[2][0]};
+}
+
+}  // namespace hdrtm::tool
