@@ -18,6 +18,7 @@ struct CommandError : std::runtime_error {
 constexpr int kExitOk = 0;
 constexpr int kExitWarnings = 1;  // check --strict: warnings only
 constexpr int kExitNoLut = 1;     // lut: the configuration yields no LUT
+constexpr int kExitDiffer = 1;    // diff: the LUTs differ
 constexpr int kExitError = 2;     // errors, bad arguments, unreadable input
 
 struct RunOptions {
@@ -36,6 +37,15 @@ struct CheckOptions {
     bool verbose = false;  // notes too
 };
 
+struct DiffOptions {
+    std::string outputDir;  // pictures of the differences and both tone curves
+    bool json = false;
+    bool pictures = true;
+    bool force = false;     // compare tunings with errors; write beside foreign files
+};
+
+int runDiff(const std::string& pathA, const std::string& pathB, const std::vector<Configuration>& configs,
+            const DiffOptions& options);
 int runDemo(const std::string& tuningPath, const RunOptions& options);
 int runLut(const std::string& tuningPath, const Configuration& config, const RunOptions& options);
 int runCheck(const std::string& path, const CheckOptions& options);

@@ -19,6 +19,16 @@ const char* signalName(Signal s) {
     return "?";
 }
 
+const char* signalLabel(Signal s) {
+    switch (s) {
+        case Signal::kPq: return "PQ";
+        case Signal::kHlg: return "HLG";
+        case Signal::kSdr: return "SDR";
+        case Signal::kPanel: return "panel";
+    }
+    return "?";
+}
+
 bool parseSignal(const std::string& name, Signal* out) {
     for (Signal s : {Signal::kPq, Signal::kHlg, Signal::kSdr, Signal::kPanel}) {
         if (name == signalName(s)) {

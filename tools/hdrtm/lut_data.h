@@ -47,7 +47,8 @@ struct Lut3d {
     std::array<float, 3> normalised(int index) const;
 };
 
-const char* signalName(Signal s);
+const char* signalName(Signal s);   // "pq", as options spell it
+const char* signalLabel(Signal s);  // "PQ", as text names it
 bool parseSignal(const std::string& name, Signal* out);
 const char* colorModeName(uint32_t mode);
 

@@ -73,6 +73,27 @@ int unexpectedArgument(const CLI::App& cmd, const std::string& argument) {
                 (near.empty() ? help : " (did you mean " + near + "?)"));
 }
 
+// The configuration that --layer, --blend and --hw give.
+Configuration parseConfiguration(const std::string& command, const std::vector<std::string>& layerTexts,
+                                 const std::string& blendText, bool hardware) {
+    Configuration config;
+    if (layerTexts.size() > kMaxLayers) {
+        throw CommandError(command + ": at most 4 --layer options (the entry's layer records), not " +
+                           std::to_string(layerTexts.size()));
+    }
+    for (const std::string& text : layerTexts) {
+        LayerConfig layer;
+        std::string error;
+        if (!parseLayerConfig(text, &layer, &error)) throw CommandError(command + ": --layer " + error);
+        config.layers.push_back(layer);
+    }
+    if (!parseBlendSpace(blendText, &config.blendSpace)) {
+        throw CommandError(command + ": --blend must be pq, layer or hlg (or 0, 1, 2), not \"" + blendText + "\"");
+    }
+    config.hardware = hardware;
+    return config;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -140,6 +161,29 @@ int main(int argc, char** argv) {
     preview->add_option("--output-signal", previewOutput, "the LUT's output: panel, pq or hlg");
     preview->add_option("--peak", previewPeak, "panel peak in nits")->check(CLI::Range(1.0f, 10000.0f));
 
+    std::string diffA;
+    std::string diffB;
+    DiffOptions diffOptions;
+    diffOptions.outputDir = "hdrtm-diff";
+    std::vector<std::string> diffLayers;
+    std::string diffBlend = "pq";
+    bool diffHardware = false;
+    CLI::App* diff = app.add_subcommand(
+        "diff", "compare two tunings' LUTs in codes and in ΔE_ITP (exit 0 identical, 1 different, 2 error)");
+    diff->add_option("a", diffA, "tuning file A, or \"defaults\"")->required();
+    diff->add_option("b", diffB, "tuning file B, or \"defaults\"")->required();
+    diff->add_option("-l,--layer", diffLayers, "compare this configuration (as lut takes it) instead of the demo's");
+    diff->add_option("-b,--blend", diffBlend, "blend space with --layer: pq, layer or hlg")->capture_default_str();
+    diff->add_flag("--hw", diffHardware, "with --layer: the hardware path");
+    diff->add_option("-o,--output", diffOptions.outputDir,
+                     "folder for the pictures, new or empty (or one an earlier run wrote)")
+        ->capture_default_str();
+    diff->add_flag("--no-pictures", [&diffOptions](int64_t) { diffOptions.pictures = false; },
+                   "only the figures; write no files");
+    diff->add_flag("--json", diffOptions.json, "print the figures as JSON");
+    diff->add_flag("--force", diffOptions.force,
+                   "compare tuning files with errors; write into a folder holding other files");
+
     for (CLI::App* sub : app.get_subcommands({})) sub->allow_extras();
 
     // Over a file-size limit a write then fails with an error we report and
@@ -180,23 +224,13 @@ int main(int argc, char** argv) {
     try {
         if (*demo) return runDemo(demoTuning, demoOptions);
         if (*lut) {
-            Configuration config;
-            if (layerTexts.size() > kMaxLayers) {
-                throw CommandError("lut: at most 4 --layer options (the entry's layer records), not " +
-                                   std::to_string(layerTexts.size()));
-            }
-            for (const std::string& text : layerTexts) {
-                LayerConfig layer;
-                std::string error;
-                if (!parseLayerConfig(text, &layer, &error)) throw CommandError("lut: --layer " + error);
-                config.layers.push_back(layer);
-            }
-            if (!parseBlendSpace(blendText, &config.blendSpace)) {
-                throw CommandError("lut: --blend must be pq, layer or hlg (or 0, 1, 2), not \"" +
-                                   blendText + "\"");
-            }
-            config.hardware = hardware;
+            const Configuration config = parseConfiguration("lut", layerTexts, blendText, hardware);
             return runLut(lutTuning, config, lutOptions);
+        }
+        if (*diff) {
+            std::vector<Configuration> configs = demoConfigurations();
+            if (!diffLayers.empty()) configs = {parseConfiguration("diff", diffLayers, diffBlend, diffHardware)};
+            return runDiff(diffA, diffB, configs, diffOptions);
         }
         if (*check) return runCheck(checkPath, checkOptions);
         if (*curve) return runCurve(curveTuning, curveOut, curvePeak, curveForce);

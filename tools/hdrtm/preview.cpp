@@ -61,16 +61,6 @@ constexpr Band kBands[] = {
     {"hues 50%", BandKind::kHues, {0.5f, 0.5f, 0.5f}},
 };
 
-const char* signalLabel(Signal s) {
-    switch (s) {
-        case Signal::kPq: return "PQ";
-        case Signal::kHlg: return "HLG";
-        case Signal::kSdr: return "SDR";
-        case Signal::kPanel: return "panel";
-    }
-    return "?";
-}
-
 double srgbEncode(double v) {
     return v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1.0 / 2.4) - 0.055;
 }
