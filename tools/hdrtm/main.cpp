@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "near_names.h"
+#include "raster.h"
 
 namespace {
 
@@ -71,6 +72,9 @@ int unexpectedArgument(const CLI::App& cmd, const std::string& argument) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const struct ReleaseCachesAtExit {
+        ~ReleaseCachesAtExit() { releaseDrawingCaches(); }
+    } releaseCaches;
     CLI::App app{"hdrtm: libhdr_tm's LUTs as .cube files, a tuning-file checker, tone curves and previews"};
     app.require_subcommand(0, 1);
     app.allow_extras();
