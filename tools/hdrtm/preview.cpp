@@ -44,7 +44,6 @@ constexpr double kTickSize = 10.0;
 constexpr double kTickLength = 5.0;
 constexpr Rgb8 kBackground = {32, 32, 32};
 constexpr Rgb8 kTextColour = {230, 230, 230};
-constexpr Rgb8 kPeakColour = {255, 90, 60};
 // Grey levels marked on the nit scale.
 constexpr double kScaleNits[] = {0.1, 1, 10, 100, 1000, 10000};
 
@@ -243,7 +242,7 @@ void drawNitScale(cairo_t* cr, double x0, double y, int width, Signal s, float p
     }
     if (panelPeak < top) {
         const double x = std::round(xAt(panelPeak)) + 0.5;
-        setColour(cr, kPeakColour);
+        setColour(cr, kPeakMarkerColour);
         cairo_set_line_width(cr, 2.0);
         cairo_move_to(cr, x, y - kBandHeight);
         cairo_line_to(cr, x, y + kTickLength);
@@ -251,7 +250,7 @@ void drawNitScale(cairo_t* cr, double x0, double y, int width, Signal s, float p
         // The label reads away from the ramp's nearer end.
         const bool leftHalf = x < x0 + width / 2.0;
         drawText(cr, leftHalf ? x + 3 : x - 3, y + kTickLength + 2 * kTickSize + 2,
-                 "panel peak " + nitsText(panelPeak) + " nits", kPeakColour,
+                 "panel peak " + nitsText(panelPeak) + " nits", kPeakMarkerColour,
                  leftHalf ? Anchor::kStart : Anchor::kEnd, kTickSize);
     }
 }
