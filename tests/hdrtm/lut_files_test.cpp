@@ -123,6 +123,17 @@ TEST(Preview, LookUpReproducesAnIdentityOnEitherGridKeepsGreysOnTheAxisAndRender
     for (int x = left + 1; x < left + 64; ++x)
         EXPECT_GE(image->pixel(x, y)[1], image->pixel(x - 1, y)[1]) << x;
     EXPECT_EQ(encodePng(*image).substr(1, 3), "PNG");
+    // The panel's peak (500 nits) is marked on a PQ ramp, not on an SDR one, whose white is 100 nits.
+    const auto hasPeakMarker = [](const Raster& r) {
+        for (int row = 0; row < r.height(); ++row)
+            for (int col = 0; col < r.width(); ++col)
+                if (r.pixel(col, row) == kPeakMarkerColour) return true;
+        return false;
+    };
+    EXPECT_TRUE(hasPeakMarker(*image));
+    CubeTable sdr = identityTable(kUniformGrid);
+    sdr.input = Signal::kSdr;
+    EXPECT_FALSE(hasPeakMarker(*renderPreview(sdr, "t", 64)));
 }
 
 TEST_F(LutFiles, AFailedWriteLeavesTheOldFileAndNoTemporary) {

@@ -48,12 +48,6 @@ TMParams defaultParams() {
     return p;
 }
 
-std::string formatNits(double nits) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%g", nits);
-    return buffer;
-}
-
 TMParams loadTuning(const std::string& path, bool force, bool* versionTwo) {
     *versionTwo = vetTuning(path, force).versionTwo;
     TMParams params;

@@ -1,4 +1,4 @@
-// What the commands share: their inputs checked and loaded, nits as text.
+// What the commands share: their inputs checked and loaded.
 #pragma once
 
 #include <string>
@@ -22,8 +22,5 @@ TMParams defaultParams();
 // A vetted tuning file as the library loads it, for the tone-curve plot,
 // which needs the record itself.
 TMParams loadTuning(const std::string& path, bool force, bool* versionTwo);
-
-// "600", "0.005": nits as a reader writes them.
-std::string formatNits(double nits);
 
 }  // namespace hdrtm::tool

@@ -1,11 +1,11 @@
 // curve: the tone curve a tuning gives, and whether the content peak reaches it.
-#include <cstdio>
 #include <filesystem>
 #include <iostream>
 
 #include "command_inputs.h"
 #include "commands.h"
 #include "hdr_playback.h"
+#include "number_text.h"
 #include "playback_run.h"
 #include "tone_curve_plot.h"
 
@@ -38,10 +38,8 @@ std::string whyPeakIsIgnored(const TMParams& params, bool tuned, float peakNits)
                ", so the curve's shoulder follows <sharp>, not the content's peak; " + followIt;
     }
     if (params.fixedClip != 0) {
-        char clip[32];
-        std::snprintf(clip, sizeof(clip), "%g", params.clipLuma);
         return "the tuning's <upper><fixedClip> is " + std::to_string(params.fixedClip) +
-               ", so the curve clips at its <clipLuma> of " + clip + " nits; " + followIt;
+               ", so the curve clips at its <clipLuma> of " + numberText(params.clipLuma) + " nits; " + followIt;
     }
     if (peakNits < kClipLumaFloorNits) return "the entry clips content peaks below 1000 nits at 1000";
     return "this tuning gives the same curve for every content peak";
@@ -60,7 +58,7 @@ int runCurve(const std::string& tuningPath, const std::string& outputPath, float
     }
     std::string error;
     if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
-    if (contentPeakNits > 0.0f) title += ", content peak " + formatNits(contentPeakNits) + " nits";
+    if (contentPeakNits > 0.0f) title += ", content peak " + numberText(contentPeakNits) + " nits";
     const CurvePlotData data = curveForPeak(params, contentPeakNits, versionTwo, title);
     if (contentPeakNits > 0.0f) {
         // Compared with the curve of content without a mastering peak.
@@ -69,7 +67,7 @@ int runCurve(const std::string& tuningPath, const std::string& outputPath, float
         for (size_t k = 0; k < data.curves.size(); ++k)
             same = same && data.curves[k].points == plain.curves[k].points;
         if (same) {
-            std::cerr << "hdrtm: note: --content-peak " << formatNits(contentPeakNits)
+            std::cerr << "hdrtm: note: --content-peak " << numberText(contentPeakNits)
                       << " does not change this curve: "
                       << whyPeakIsIgnored(params, !tuningPath.empty(), contentPeakNits) << "\n";
         }

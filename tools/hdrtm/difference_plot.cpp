@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "command_inputs.h"
+#include "number_text.h"
 #include "output_files.h"
 #include "plot_canvas.h"
 
@@ -71,7 +71,7 @@ void writeDifferencePlot(const LutDifference& d, const std::string& title, const
            kAxisColour, Anchor::kMiddle);
     for (double decade = kMinNits; decade <= kMaxNits * 1.001; decade *= 10.0) {
         c.line(kLeft, py(decade), hueLeft + plotW, py(decade), kGridColour, 1.0f);
-        c.text(kLeft - 8.0f, py(decade) + 5.0f, formatNits(decade), kAxisColour, Anchor::kEnd);
+        c.text(kLeft - 8.0f, py(decade) + 5.0f, numberText(decade), kAxisColour, Anchor::kEnd);
     }
     for (double hue = 0.0; hue <= 360.0; hue += kHueStep) {
         const float x = static_cast<float>(hueLeft + hue / 360.0 * plotW);

@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "near_names.h"
+#include "raster.h"
 
 namespace {
 
@@ -97,6 +98,9 @@ Configuration parseConfiguration(const std::string& command, const std::vector<s
 }  // namespace
 
 int main(int argc, char** argv) {
+    const struct ReleaseCachesAtExit {
+        ~ReleaseCachesAtExit() { releaseDrawingCaches(); }
+    } releaseCaches;
     CLI::App app{"hdrtm: libhdr_tm's LUTs as .cube files, a tuning-file checker, tone curves and previews"};
     app.require_subcommand(0, 1);
     app.allow_extras();

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <memory>
 
 #include "color_difference.h"
+#include "number_text.h"
 #include "tm_stages.h"
 
 namespace hdrtm::tool {
@@ -41,7 +41,6 @@ constexpr double kTickSize = 10.0;
 constexpr double kTickLength = 5.0;
 constexpr Rgb8 kBackground = {32, 32, 32};
 constexpr Rgb8 kTextColour = {230, 230, 230};
-constexpr Rgb8 kPeakColour = {255, 90, 60};
 // Grey levels marked on the nit scale.
 constexpr double kScaleNits[] = {0.1, 1, 10, 100, 1000, 10000};
 
@@ -203,12 +202,6 @@ namespace {
 // Display light in nits of a grey input signal `u` of `s`.
 double greyNits(double u, Signal s) { return signalToNits({float(u), float(u), float(u)}, s)[1]; }
 
-std::string nitsText(double nits) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%g", nits);
-    return buffer;
-}
-
 // Tick marks and labels in nits under a grey ramp of signal `s`, and the
 // panel's peak where the signal reaches it.
 void drawNitScale(cairo_t* cr, double x0, double y, int width, Signal s, float panelPeak) {
@@ -224,12 +217,12 @@ void drawNitScale(cairo_t* cr, double x0, double y, int width, Signal s, float p
         cairo_stroke(cr);
         // The top label ends at the ramp's end, clear of the other side.
         const Anchor anchor = nits > top * 0.999 ? Anchor::kEnd : Anchor::kMiddle;
-        drawText(cr, anchor == Anchor::kEnd ? x0 + width : x, y + kTickLength + kTickSize, nitsText(nits),
+        drawText(cr, anchor == Anchor::kEnd ? x0 + width : x, y + kTickLength + kTickSize, numberText(nits),
                  kTextColour, anchor, kTickSize);
     }
     if (panelPeak < top) {
         const double x = std::round(xAt(panelPeak)) + 0.5;
-        setColour(cr, kPeakColour);
+        setColour(cr, kPeakMarkerColour);
         cairo_set_line_width(cr, 2.0);
         cairo_move_to(cr, x, y - kBandHeight);
         cairo_line_to(cr, x, y + kTickLength);
@@ -237,7 +230,7 @@ void drawNitScale(cairo_t* cr, double x0, double y, int width, Signal s, float p
         // The label reads away from the ramp's nearer end.
         const bool leftHalf = x < x0 + width / 2.0;
         drawText(cr, leftHalf ? x + 3 : x - 3, y + kTickLength + 2 * kTickSize + 2,
-                 "panel peak " + nitsText(panelPeak) + " nits", kPeakColour,
+                 "panel peak " + numberText(panelPeak) + " nits", kPeakMarkerColour,
                  leftHalf ? Anchor::kStart : Anchor::kEnd, kTickSize);
     }
 }
@@ -256,7 +249,7 @@ std::unique_ptr<Raster> renderPreview(const CubeTable& table, const std::string&
     drawText(cr, kLabelWidth, 48,
              "through the LUT (" + input + " to " + signalLabel(table.output) + ")", kTextColour,
              Anchor::kStart, kLabelSize);
-    drawText(cr, rightX, 48, "plain clip to the " + nitsText(table.panel.peakNits) + "-nit panel",
+    drawText(cr, rightX, 48, "plain clip to the " + numberText(table.panel.peakNits) + "-nit panel",
              kTextColour, Anchor::kStart, kLabelSize);
     const bool sdrInput = table.input == Signal::kSdr;
     int y0 = kHeaderHeight;

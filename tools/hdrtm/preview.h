@@ -11,6 +11,8 @@
 
 namespace hdrtm::tool {
 
+constexpr Rgb8 kPeakMarkerColour = {255, 90, 60};  // the panel's peak on the grey ramp
+
 // Signal encodings of the test pattern (standard formulas in double
 // precision; a preview, not the library's bit-exact arithmetic).
 double pqToNits(double signal);

@@ -5,6 +5,7 @@
 #include "command_inputs.h"
 #include "commands.h"
 #include "cube_file.h"
+#include "number_text.h"
 #include "output_files.h"
 #include "preview.h"
 
@@ -29,8 +30,8 @@ int runPreview(const std::string& cubePath, const std::string& outputPath, const
         };
         assume(!input.empty(), std::string("--input ") + signalName(table.input));
         assume(!output.empty(), std::string("--output-signal ") + signalName(table.output));
-        assume(peakNits > 0.0f, "--peak " + formatNits(table.panel.peakNits));
-        assume(false, std::string("panel black ") + formatNits(table.panel.blackNits) + " nits, " +
+        assume(peakNits > 0.0f, "--peak " + numberText(table.panel.peakNits));
+        assume(false, std::string("panel black ") + numberText(table.panel.blackNits) + " nits, " +
                           colorModeName(table.panel.colorMode) + " primaries");
         std::cerr << "hdrtm: note: " << cubePath << " does not record what it maps (hdrtm did not write it); "
                   << "assumed " << assumed << "\n";

@@ -1,5 +1,9 @@
 #include "raster.h"
 
+#include <cairo-ft.h>
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
 #include <cstring>
 #include <stdexcept>
 
@@ -7,6 +11,39 @@ namespace hdrtm::tool {
 namespace {
 
 constexpr double kByteScale = 255.0;
+// Debian's fonts-dejavu-core, loaded by file rather than through fontconfig,
+// so every machine draws the same glyphs.
+constexpr const char* kFontFiles[] = {"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
+                                      "/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf"};
+
+struct Fonts {
+    FT_Library library = nullptr;
+    cairo_font_face_t* faces[2] = {};  // regular, bold
+};
+
+Fonts& fonts() {
+    static Fonts loaded;
+    return loaded;
+}
+
+// The regular or bold face, loaded on first use; cairo frees the FreeType
+// face with its own.
+cairo_font_face_t* fontFace(bool bold) {
+    Fonts& f = fonts();
+    cairo_font_face_t*& face = f.faces[bold ? 1 : 0];
+    if (face != nullptr) return face;
+    const char* file = kFontFiles[bold ? 1 : 0];
+    FT_Face ftFace = nullptr;
+    if ((f.library == nullptr && FT_Init_FreeType(&f.library) != 0) ||
+        FT_New_Face(f.library, file, 0, &ftFace) != 0) {
+        throw std::runtime_error(std::string("cannot load the font ") + file + " (Debian fonts-dejavu-core)");
+    }
+    face = cairo_ft_font_face_create_for_ft_face(ftFace, 0);
+    static const cairo_user_data_key_t kFtFaceKey{};
+    cairo_font_face_set_user_data(face, &kFtFaceKey, ftFace,
+                                  [](void* p) { FT_Done_Face(static_cast<FT_Face>(p)); });
+    return face;
+}
 
 cairo_status_t appendToString(void* closure, const unsigned char* data, unsigned int length) {
     static_cast<std::string*>(closure)->append(reinterpret_cast<const char*>(data), length);
@@ -66,8 +103,7 @@ void setColour(cairo_t* cr, Rgb8 colour) {
 
 void drawText(cairo_t* cr, double x, double y, const std::string& text, Rgb8 colour, Anchor anchor,
               double size, bool bold) {
-    cairo_select_font_face(cr, kFontFamily, CAIRO_FONT_SLANT_NORMAL,
-                           bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+    cairo_set_font_face(cr, fontFace(bold));
     cairo_set_font_size(cr, size);
     cairo_text_extents_t extents;
     cairo_text_extents(cr, text.c_str(), &extents);
@@ -78,6 +114,17 @@ void drawText(cairo_t* cr, double x, double y, const std::string& text, Rgb8 col
     cairo_move_to(cr, left, y);
     cairo_show_text(cr, text.c_str());
     cairo_new_path(cr);
+}
+
+void releaseDrawingCaches() {
+    Fonts& f = fonts();
+    for (cairo_font_face_t*& face : f.faces) {
+        if (face != nullptr) cairo_font_face_destroy(face);
+        face = nullptr;
+    }
+    cairo_debug_reset_static_data();  // its caches hold the last references to the faces
+    if (f.library != nullptr) FT_Done_FreeType(f.library);
+    f.library = nullptr;
 }
 
 std::string encodePng(const Raster& raster) {

@@ -14,7 +14,7 @@ using Rgb8 = std::array<uint8_t, 3>;
 
 enum class Anchor { kStart, kMiddle, kEnd };
 
-// Fontconfig resolves this to Debian's fonts-dejavu-core.
+// The font of every label (the SVG plots name it; rasters load its files).
 constexpr const char* kFontFamily = "DejaVu Sans";
 
 // A cairo image surface and its drawing context, owned together.
@@ -43,6 +43,10 @@ void setColour(cairo_t* cr, Rgb8 colour);
 // Text whose baseline starts, centres or ends at (x, y).
 void drawText(cairo_t* cr, double x, double y, const std::string& text, Rgb8 colour, Anchor anchor,
               double size, bool bold = false);
+
+// Frees the fonts and the caches cairo keeps for the life of the process,
+// so that leak checkers see only real leaks. Call when done drawing.
+void releaseDrawingCaches();
 
 // The surface as PNG bytes. Throws std::runtime_error when cairo cannot
 // encode it.

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 
+#include "number_text.h"
 #include "output_files.h"
 #include "plot_canvas.h"
 #include "tm_stages.h"
@@ -56,12 +56,6 @@ std::vector<std::pair<double, double>> sample(TMParams p) {
     return points;
 }
 
-std::string nitsLabel(double nits) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%g", nits);
-    return buffer;
-}
-
 }  // namespace
 
 CurvePlotData sampleToneCurve(const TMParams& params, const std::string& title) {
@@ -107,8 +101,8 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
     for (double decade = kPlotMinNits; decade <= kPlotMaxNits * 1.001; decade *= 10.0) {
         c.line(px(decade), kTop, px(decade), kTop + plotH, kGridColour, 1.0f);
         c.line(kLeft, py(decade), kLeft + plotW, py(decade), kGridColour, 1.0f);
-        c.text(px(decade), kTop + plotH + 20.0f, nitsLabel(decade), kAxisColour, Anchor::kMiddle);
-        c.text(kLeft - 8.0f, py(decade) + 5.0f, nitsLabel(decade), kAxisColour, Anchor::kEnd);
+        c.text(px(decade), kTop + plotH + 20.0f, numberText(decade), kAxisColour, Anchor::kMiddle);
+        c.text(kLeft - 8.0f, py(decade) + 5.0f, numberText(decade), kAxisColour, Anchor::kEnd);
     }
     c.line(kLeft, kTop + plotH, kLeft + plotW, kTop + plotH, kAxisColour, 1.5f);
     c.line(kLeft, kTop, kLeft, kTop + plotH, kAxisColour, 1.5f);
@@ -141,8 +135,8 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
         c.text(legendX + 28.0f, legendY, "control points", kAxisColour, Anchor::kStart);
         legendY += 22.0f;
     }
-    legend(kPeakColour, "peak " + nitsLabel(data.peakNits) + " nits", true);
-    legend(kBlackColour, "black " + nitsLabel(data.blackNits) + " nits", true);
+    legend(kPeakColour, "peak " + numberText(data.peakNits) + " nits", true);
+    legend(kBlackColour, "black " + numberText(data.blackNits) + " nits", true);
     legend(kIdentityColour, "output = input", true);
     writeFileAtomically(path, c.encode());
 }

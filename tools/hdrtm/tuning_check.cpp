@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "near_names.h"
+#include "number_text.h"
 
 namespace hdrtm::tool {
 namespace {
@@ -128,12 +129,6 @@ std::string trimmed(const char* text) {
     s.erase(s.begin(), std::find_if(s.begin(), s.end(), notSpace));
     s.erase(std::find_if(s.rbegin(), s.rend(), notSpace).base(), s.end());
     return s;
-}
-
-std::string formatFloat(double v) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%g", v);
-    return buffer;
 }
 
 class Checker {
@@ -315,9 +310,9 @@ private:
         errno = 0;
         std::strtof(text.c_str(), &end);
         if (end == text.c_str() || *end != '\0') {
-            error(el, "trailing-text", where + " " + inQuotes(text) + " is read as " + formatFloat(value) +
+            error(el, "trailing-text", where + " " + inQuotes(text) + " is read as " + numberText(value) +
                                            ": the rest of the text is ignored",
-                  formatFloat(value));
+                  numberText(value));
         }
         checkRange(el, where, value, e.range);
     }
@@ -358,16 +353,16 @@ private:
 
     void checkRange(XMLElement* el, const std::string& where, float value, Range range) {
         if (!std::isfinite(value)) {
-            error(el, "out-of-range", where + " " + formatFloat(value) + " is not finite",
-                  formatFloat(value));
+            error(el, "out-of-range", where + " " + numberText(value) + " is not finite",
+                  numberText(value));
         } else if (range == Range::kPositive && !(value > 0.0f)) {
             error(el, "out-of-range",
-                  where + " " + formatFloat(value) +
+                  where + " " + numberText(value) +
                       " must be above 0 (the tone curve takes its log or divides by it)",
-                  formatFloat(value));
+                  numberText(value));
         } else if (range == Range::kNonNegative && value < 0.0f) {
-            error(el, "out-of-range", where + " " + formatFloat(value) + " must not be negative",
-                  formatFloat(value));
+            error(el, "out-of-range", where + " " + numberText(value) + " must not be negative",
+                  numberText(value));
         }
     }
 
@@ -397,7 +392,7 @@ private:
                 XMLElement* term = row->FirstChildElement(t.name);
                 if (term == nullptr) {
                     missing += std::string(missing.empty() ? "" : ", ") + t.name + " " +
-                               formatFloat(t.fallback);
+                               numberText(t.fallback);
                     identity = identity && t.fallback == t.identity[k];
                     continue;
                 }
@@ -405,8 +400,8 @@ private:
                 if (term->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
                     error(term, "not-a-number",
                           "<" + label + "><" + t.name + "> " + inQuotes(trimmed(term->GetText())) +
-                              " is not a number: falls back to " + formatFloat(t.fallback),
-                          formatFloat(t.fallback));
+                              " is not a number: falls back to " + numberText(t.fallback),
+                          numberText(t.fallback));
                 }
             }
             if (missing.empty()) continue;
@@ -511,8 +506,8 @@ private:
         const float storedPeak = static_cast<float>(static_cast<uint16_t>(peak));
         if (storedPeak > 0.0f && black >= storedPeak) {
             error(minEl ? minEl : root, "black-above-peak",
-                  "panel black level " + formatFloat(black) + " nits is not below the panel peak " +
-                      formatFloat(storedPeak) + " nits");
+                  "panel black level " + numberText(black) + " nits is not below the panel peak " +
+                      numberText(storedPeak) + " nits");
         }
     }
 
