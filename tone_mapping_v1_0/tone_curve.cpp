@@ -302,8 +302,7 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     const bool useTable = params->version == kToneCurveTableVersion;
     toneMapperLUT* table = &params->curve;
 
-    float lMin = params->panel_min_luminance / kNitsPerUnit;
-    if (lMin < kMinLuminanceFloor) lMin = kMinLuminanceFloor;
+    const float lMin = maxOf(params->panel_min_luminance / kNitsPerUnit, kMinLuminanceFloor);
     const float yMin = log10f(lMin * kNitsPerUnit);
     const float lMax = panelMaxNits / kNitsPerUnit;
     const float yMax = log10f(panelMaxNits);
