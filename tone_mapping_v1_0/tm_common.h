@@ -56,45 +56,48 @@ constexpr unsigned int kCallBlock = 256;
 // and processor, and vectorise as integer compares and selects. Every clamp,
 // minimum and maximum of the engine goes through these.
 
+// Built inside every caller, and so inside every vector variant of it.
+#define HDRTM_INLINE [[gnu::always_inline]] inline
+
 constexpr uint32_t kFloatMagnitudeMask = 0x7FFFFFFFu;
 constexpr uint32_t kFloatInfinityBits = 0x7F800000u;
 
-inline bool isNaNBits(float v) {
+HDRTM_INLINE bool isNaNBits(float v) {
     return (std::bit_cast<uint32_t>(v) & kFloatMagnitudeMask) > kFloatInfinityBits;
 }
 
 // The bits as a signed integer that orders as the float does: the magnitude,
 // negated for negative values, so that -0 and +0 are equal. NaN is left to
 // the callers.
-inline int32_t orderKey(float v) {
+HDRTM_INLINE int32_t orderKey(float v) {
     const int32_t bits = std::bit_cast<int32_t>(v);
     const int32_t magnitude = bits & static_cast<int32_t>(kFloatMagnitudeMask);
     return bits < 0 ? -magnitude : magnitude;
 }
 
 // a < b, as the float comparison answers it.
-inline bool isBelow(float a, float b) {
+HDRTM_INLINE bool isBelow(float a, float b) {
     return !isNaNBits(a) && !isNaNBits(b) && orderKey(a) < orderKey(b);
 }
 
 // std::max and std::min: a, unless b is above (below) it; so a NaN a is
 // returned and a NaN b is not.
-inline float maxOf(float a, float b) { return isBelow(a, b) ? b : a; }
-inline float minOf(float a, float b) { return isBelow(b, a) ? b : a; }
+HDRTM_INLINE float maxOf(float a, float b) { return isBelow(a, b) ? b : a; }
+HDRTM_INLINE float minOf(float a, float b) { return isBelow(b, a) ? b : a; }
 
 // Replaces only values below lo or above hi: NaN and -0 pass. Below lo wins
 // when lo > hi.
-inline float clampKeepNaN(float v, float lo, float hi) {
+HDRTM_INLINE float clampKeepNaN(float v, float lo, float hi) {
     return isBelow(v, lo) ? lo : isBelow(hi, v) ? hi : v;
 }
 
 // clampKeepNaN(v, 0, 1) for the plane loops, on unsigned ranges of the bits:
 // the floats below 0 are 0x80000001 (-denormal min) to 0xFF800000 (-inf), those
 // above 1 are 0x3F800001 to 0x7F800000 (+inf); NaNs lie outside both.
-inline bool bitsWithin(uint32_t bits, uint32_t first, uint32_t last) {
+HDRTM_INLINE bool bitsWithin(uint32_t bits, uint32_t first, uint32_t last) {
     return bits - first <= last - first;
 }
-inline float clampUnitKeepNaN(float v) {
+HDRTM_INLINE float clampUnitKeepNaN(float v) {
     constexpr uint32_t kZeroBits = 0x00000000u;
     constexpr uint32_t kOneBits = 0x3F800000u;
     constexpr uint32_t kBelowZeroFirst = 0x80000001u, kBelowZeroLast = 0xFF800000u;
