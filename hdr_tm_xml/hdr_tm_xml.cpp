@@ -30,9 +30,12 @@ std::map<std::string, T> HDRXml::InitMap(const std::string& name, T value) {
     names[name] = value;
     return names;
 }
-template std::map<std::string, HDR_COLOR_SPACE> HDRXml::InitMap(const std::string&, HDR_COLOR_SPACE);
-template std::map<std::string, OUTPUT_GAMMA_SPACE> HDRXml::InitMap(const std::string&,
-                                                                   OUTPUT_GAMMA_SPACE);
+// Exported instantiations; clang gives them the class's visibility only when
+// they say so themselves.
+template HDRTM_EXPORT std::map<std::string, HDR_COLOR_SPACE> HDRXml::InitMap(const std::string&,
+                                                                             HDR_COLOR_SPACE);
+template HDRTM_EXPORT std::map<std::string, OUTPUT_GAMMA_SPACE> HDRXml::InitMap(
+    const std::string&, OUTPUT_GAMMA_SPACE);
 
 namespace {
 
@@ -136,9 +139,7 @@ void loadPoints(XMLElement* root, TMParams& params) {
         ys = collectCodes(points, "y");
     }
     if (xs.size() < kGridPointsPerAxis || ys.size() < kGridPointsPerAxis) {
-        params.curve.num_points = hdrtm::kDefaultToneCurve.num_points;
-        std::copy_n(hdrtm::kDefaultToneCurve.points_x, kGridPointsPerAxis, params.curve.points_x);
-        std::copy_n(hdrtm::kDefaultToneCurve.points_y, kGridPointsPerAxis, params.curve.points_y);
+        hdrtm::storeDefaultToneCurve(&params.curve);
         return;
     }
     params.curve.num_points = static_cast<int32_t>(std::min<size_t>(xs.size(), INT32_MAX));

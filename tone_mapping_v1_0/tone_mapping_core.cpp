@@ -49,9 +49,9 @@ LumaChroma toLumaChroma(float r, float g, float b) {
 // [-0.5, 0.5]; a point without chroma gets 0.
 float limitedGain(const LumaChroma& p, float lo, float hi, float slope, float maxGain) {
     const float gain = saturationGain(p.y, lo, hi, slope, maxGain);
-    const float m = std::max(std::fabs(p.cb), std::fabs(p.cr));
+    const float m = maxOf(std::fabs(p.cb), std::fabs(p.cr));
     const float limit = m > 0.0f ? kChromaLimit / m : 0.0f;
-    return limit < gain ? limit : gain;
+    return minOf(gain, limit);
 }
 
 void storeRgb(float y, float cb, float cr, float* const* planes, unsigned int i) {
