@@ -20,14 +20,14 @@ packages=(
   binutils
   clang-14 libclang-rt-14-dev valgrind
   libcli11-dev nlohmann-json3-dev python3-pyopencolorio
-  libcairo2-dev fonts-dejavu-core
+  libcairo2-dev fonts-dejavu-core libpng-dev
 )
 if [ "$arm64" = 1 ]; then
   packages+=(
     g++-aarch64-linux-gnu binutils-aarch64-linux-gnu qemu-user-static
     libtinyxml2-dev:arm64 android-liblog-dev:arm64
     libgtest-dev:arm64 libgmock-dev:arm64
-    libcairo2-dev:arm64
+    libcairo2-dev:arm64 libpng-dev:arm64
   )
 fi
 

@@ -52,6 +52,18 @@ double panelSignalToLight(double x, const PanelInfo& panel) {
     }
 }
 
+double panelLightToSignal(double x, const PanelInfo& panel) {
+    x = std::clamp(x, 0.0, 1.0);
+    switch (panel.gammaSpace) {
+        case kGammaLinear: return x;
+        case kGamma2p2: return std::pow(x, 1.0 / kPanelGamma);
+        case kGammaSrgb: return x <= 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1.0 / 2.4) - 0.055;
+        case kGammaBt709: return x <= 0.018 ? 4.5 * x : 1.099 * std::pow(x, 0.45) - 0.099;
+        case kGammaCustom: return std::pow(x, 1.0 / panel.gammaValue);
+        default: return x;
+    }
+}
+
 // Converts planes of light on `colorMode` primaries to BT.2020 in place.
 void toBt2020(std::vector<float> (&planes)[3], uint32_t colorMode) {
     float* p[3] = {planes[0].data(), planes[1].data(), planes[2].data()};
@@ -65,7 +77,33 @@ void toBt2020(std::vector<float> (&planes)[3], uint32_t colorMode) {
     }
 }
 
+void fromBt2020(std::vector<float> (&planes)[3], uint32_t colorMode) {
+    float* p[3] = {planes[0].data(), planes[1].data(), planes[2].data()};
+    const unsigned int n = static_cast<unsigned int>(planes[0].size());
+    switch (colorMode) {
+        case SPACE_SRGB:
+        case SPACE_BT709: rgb2rgb_conv(p, BT2020_TO_BT709, n); break;
+        case SPACE_ADOBE: rgb2rgb_conv(p, BT2020_TO_ADOBE, n); break;
+        case SPACE_DCIP3: rgb2rgb_conv(p, BT2020_TO_P3, n); break;
+        default: break;
+    }
+}
+
 }  // namespace
+
+std::vector<std::array<float, 3>> clipToPanel(const std::vector<Nits3>& light, const PanelInfo& panel) {
+    std::vector<float> planes[3];
+    for (auto& p : planes) p.resize(light.size());
+    for (size_t i = 0; i < light.size(); ++i) {
+        for (int c = 0; c < 3; ++c) planes[c][i] = static_cast<float>(light[i][c] / panel.peakNits);
+    }
+    fromBt2020(planes, panel.colorMode);
+    std::vector<std::array<float, 3>> out(light.size());
+    for (size_t i = 0; i < light.size(); ++i) {
+        for (int c = 0; c < 3; ++c) out[i][c] = static_cast<float>(panelLightToSignal(planes[c][i], panel));
+    }
+    return out;
+}
 
 double luminance(const Nits3& rgb) { return kLumaR * rgb[0] + kLumaG * rgb[1] + kLumaB * rgb[2]; }
 

@@ -33,6 +33,11 @@ double deltaEItp(const Ictcp& a, const Ictcp& b);
 std::vector<Nits3> outputLight(const std::vector<std::array<float, 3>>& values, Signal output,
                                const PanelInfo& panel);
 
+// Light in nits on BT.2020 primaries clipped plainly to the panel: scaled
+// by its peak, converted to its primaries, clipped, encoded with its output
+// transfer (panel signal 0..1).
+std::vector<std::array<float, 3>> clipToPanel(const std::vector<Nits3>& light, const PanelInfo& panel);
+
 // The display light of input signals of `input` (SDR as sRGB with white at
 // 100 nits on BT.709 primaries), on BT.2020 primaries.
 Nits3 inputLight(const std::array<float, 3>& signal, Signal input);

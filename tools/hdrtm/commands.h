@@ -44,6 +44,17 @@ struct DiffOptions {
     bool force = false;     // compare tunings with errors; write beside foreign files
 };
 
+struct ApplyOptions {
+    std::string image;     // 16-bit PNG
+    std::string lut;       // .cube or .clf file, tuning file or "defaults"
+    std::string output = "applied.png";
+    std::string input;     // the image's signal when it has no cICP chunk
+    std::string compare;   // "clip", or a second LUT to show beside the first
+    Configuration config;  // for a tuning; empty: the image's own signal, per layer
+    bool force = false;    // use a tuning file with errors
+};
+
+int runApply(const ApplyOptions& options);
 int runDiff(const std::string& pathA, const std::string& pathB, const std::vector<Configuration>& configs,
             const DiffOptions& options);
 int runDemo(const std::string& tuningPath, const RunOptions& options);

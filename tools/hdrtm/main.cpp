@@ -188,6 +188,24 @@ int main(int argc, char** argv) {
     diff->add_flag("--force", diffOptions.force,
                    "compare tuning files with errors; write into a folder holding other files");
 
+    ApplyOptions applyOptions;
+    std::vector<std::string> applyLayers;
+    std::string applyBlend = "layer";
+    bool applyHardware = false;
+    CLI::App* apply = app.add_subcommand(
+        "apply", "apply a LUT to a 16-bit PNG as the display hardware does (tetrahedral, true grid positions)");
+    apply->add_option("image", applyOptions.image, "16-bit PNG; its cICP chunk says PQ, HLG or SDR")->required();
+    apply->add_option("lut", applyOptions.lut, ".cube or .clf file, a tuning file, or \"defaults\"")->required();
+    apply->add_option("-o,--output", applyOptions.output, "output PNG (16-bit samples of the LUT's output codes)")
+        ->capture_default_str();
+    apply->add_option("--input", applyOptions.input, "the image's signal when it has no cICP chunk: pq, hlg or sdr");
+    apply->add_option("--compare", applyOptions.compare,
+                      "show beside it: clip (the plain clip to the panel) or a second LUT, tuning or \"defaults\"");
+    apply->add_option("-l,--layer", applyLayers, "with a tuning: the layer (default: the image's signal and primaries)");
+    apply->add_option("-b,--blend", applyBlend, "with a tuning: blend space pq, layer or hlg")->capture_default_str();
+    apply->add_flag("--hw", applyHardware, "with a tuning: the hardware path (12-bit LUT)");
+    apply->add_flag("--force", applyOptions.force, "use a tuning file with errors");
+
     for (CLI::App* sub : app.get_subcommands({})) sub->allow_extras();
 
     // Over a file-size limit a write then fails with an error we report and
@@ -235,6 +253,10 @@ int main(int argc, char** argv) {
             std::vector<Configuration> configs = demoConfigurations();
             if (!diffLayers.empty()) configs = {parseConfiguration("diff", diffLayers, diffBlend, diffHardware)};
             return runDiff(diffA, diffB, configs, diffOptions);
+        }
+        if (*apply) {
+            applyOptions.config = parseConfiguration("apply", applyLayers, applyBlend, applyHardware);
+            return runApply(applyOptions);
         }
         if (*check) return runCheck(checkPath, checkOptions);
         if (*curve) return runCurve(curveTuning, curveOut, curvePeak, curveForce);

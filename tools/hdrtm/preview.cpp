@@ -6,7 +6,6 @@
 
 #include "color_difference.h"
 #include "number_text.h"
-#include "tm_stages.h"
 
 namespace hdrtm::tool {
 namespace {
@@ -26,7 +25,6 @@ constexpr double kHlgPeakNits = 1000.0;
 constexpr double kHlgSystemGamma = 1.2;
 // SDR content: sRGB signal with white at 100 nits.
 constexpr double kSdrWhiteNits = 100.0;
-constexpr double kPreviewGamma = 2.2;  // encoding of the plain clip for viewing
 
 constexpr int kBandHeight = 28;
 constexpr int kBandGap = 6;
@@ -95,31 +93,11 @@ uint8_t toByte(double v) {
     return static_cast<uint8_t>(std::lround(std::clamp(v, 0.0, 1.0) * 255.0));
 }
 
-// Linear light in nits (BT.2020 primaries, or BT.709 when `bt709`) clipped
-// to the panel's peak and encoded for viewing, in the panel's primaries.
-std::vector<Rgb8> plainClip(std::vector<std::array<double, 3>> nits, bool bt709, const PanelInfo& panel) {
-    const unsigned int n = static_cast<unsigned int>(nits.size());
-    std::vector<float> planeData[3];
-    for (auto& p : planeData) p.resize(n);
-    for (unsigned int i = 0; i < n; ++i) {
-        for (int c = 0; c < 3; ++c) planeData[c][i] = static_cast<float>(nits[i][c] / panel.peakNits);
-    }
-    float* planes[3] = {planeData[0].data(), planeData[1].data(), planeData[2].data()};
-    if (bt709) rgb2rgb_conv(planes, BT709_TO_BT2020, n);
-    switch (panel.colorMode) {
-        case SPACE_SRGB:
-        case SPACE_BT709: rgb2rgb_conv(planes, BT2020_TO_BT709, n); break;
-        case SPACE_ADOBE: rgb2rgb_conv(planes, BT2020_TO_ADOBE, n); break;
-        case SPACE_DCIP3: rgb2rgb_conv(planes, BT2020_TO_P3, n); break;
-        default: break;
-    }
-    std::vector<Rgb8> out(n);
-    for (unsigned int i = 0; i < n; ++i) {
-        for (int c = 0; c < 3; ++c) {
-            const double v = std::clamp(static_cast<double>(planes[c][i]), 0.0, 1.0);
-            out[i][c] = toByte(std::pow(v, 1.0 / kPreviewGamma));
-        }
-    }
+// Light in nits on BT.2020 primaries clipped plainly to the panel, as the
+// panel shows it.
+std::vector<Rgb8> plainClip(const std::vector<std::array<double, 3>>& nits, const PanelInfo& panel) {
+    std::vector<Rgb8> out;
+    for (const auto& v : clipToPanel(nits, panel)) out.push_back({toByte(v[0]), toByte(v[1]), toByte(v[2])});
     return out;
 }
 
@@ -253,7 +231,6 @@ std::unique_ptr<Raster> renderPreview(const CubeTable& table, const std::string&
              Anchor::kStart, kLabelSize);
     drawText(cr, rightX, 48, "plain clip to the " + numberText(table.panel.peakNits) + "-nit panel",
              kTextColour, Anchor::kStart, kLabelSize);
-    const bool sdrInput = table.input == Signal::kSdr;
     int y0 = kHeaderHeight;
     for (const Band& band : kBands) {
         std::vector<std::array<float, 3>> signal(halfWidth);
@@ -281,11 +258,11 @@ std::unique_ptr<Raster> renderPreview(const CubeTable& table, const std::string&
             } else {
                 lutNits[x] = signalToNits(out, table.output);
             }
-            sourceNits[x] = signalToNits(signal[x], table.input);
+            sourceNits[x] = inputLight(signal[x], table.input);
         }
         // A LUT into a blending space is shown as that space's light on the panel.
-        if (table.output != Signal::kPanel) lutSide = plainClip(lutNits, false, table.panel);
-        const std::vector<Rgb8> clipSide = plainClip(sourceNits, sdrInput, table.panel);
+        if (table.output != Signal::kPanel) lutSide = plainClip(lutNits, table.panel);
+        const std::vector<Rgb8> clipSide = plainClip(sourceNits, table.panel);
         drawText(cr, kMargin, y0 + kBandHeight / 2.0 + 4, input + " " + band.label, kTextColour,
                  Anchor::kStart, kLabelSize);
         for (int y = y0; y < y0 + kBandHeight; ++y) {
