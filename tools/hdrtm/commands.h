@@ -29,6 +29,7 @@ struct RunOptions {
     bool verbose = false;    // echo the library's log
     bool force = false;      // build from a tuning with errors; write beside foreign files
     std::string format = "cube";  // LUT files: "cube" or "clf" (Common LUT Format)
+    std::string codesPath;        // lut: every node's codes as .csv or .json, when set
 };
 
 struct CheckOptions {
@@ -60,8 +61,8 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
 int runDemo(const std::string& tuningPath, const RunOptions& options);
 int runLut(const std::string& tuningPath, const Configuration& config, const RunOptions& options);
 int runCheck(const std::string& path, const CheckOptions& options);
-int runCurve(const std::string& tuningPath, const std::string& outputPath, float contentPeakNits,
-             bool force);
+int runCurve(const std::string& tuningPath, const std::string& outputPath, const std::string& csvPath,
+             float contentPeakNits, bool force);
 int runPreview(const std::string& cubePath, const std::string& outputPath,
                const std::string& input, const std::string& output, float peakNits);
 

@@ -5,6 +5,7 @@
 #include "command_inputs.h"
 #include "commands.h"
 #include "hdr_playback.h"
+#include "output_files.h"
 #include "number_text.h"
 #include "playback_run.h"
 #include "tone_curve_plot.h"
@@ -47,8 +48,8 @@ std::string whyPeakIsIgnored(const TMParams& params, bool tuned, float peakNits)
 
 }  // namespace
 
-int runCurve(const std::string& tuningPath, const std::string& outputPath, float contentPeakNits,
-             bool force) {
+int runCurve(const std::string& tuningPath, const std::string& outputPath, const std::string& csvPath,
+             float contentPeakNits, bool force) {
     TMParams params = defaultParams();
     std::string title = "Tone curve: built-in defaults";
     bool versionTwo = false;
@@ -74,6 +75,19 @@ int runCurve(const std::string& tuningPath, const std::string& outputPath, float
     }
     writeCurvePlot(data, outputPath);
     std::cout << "Wrote the tone curve to " << outputPath << "\n";
+    if (!csvPath.empty()) {
+        // The last series is the form the library uses: the table when the
+        // tuning selects it, else the parametric curve.
+        const CurveSeries& used = data.curves.back();
+        std::string text = "input_nits,output_nits\n";
+        char line[64];
+        for (const auto& point : used.points) {
+            std::snprintf(line, sizeof(line), "%.6g,%.6g\n", point.first, point.second);
+            text += line;
+        }
+        writeFileAtomically(csvPath, text);
+        std::cout << "Wrote the " << used.label << " curve's numbers to " << csvPath << "\n";
+    }
     return kExitOk;
 }
 

@@ -130,6 +130,9 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     lut->add_flag("--hw", hardware, "use the hardware path (colour manager: PCC read, 12-bit LUT push)");
     lut->add_flag("--json", lutOptions.json, "print the summary as JSON");
+    lut->add_option("--codes", lutOptions.codesPath,
+                    "also write every node's input and output codes, as the library wrote or pushed them, "
+                    "to FILE.csv or FILE.json");
 
     std::string checkPath;
     CheckOptions checkOptions;
@@ -142,11 +145,13 @@ int main(int argc, char** argv) {
 
     std::string curveTuning;
     std::string curveOut = "tone_curve.svg";
+    std::string curveCsv;
     float curvePeak = 0.0f;
     bool curveForce = false;
     CLI::App* curve = app.add_subcommand("curve", "plot the tone curve of a tuning (or of the defaults)");
     curve->add_option("file", curveTuning, "tuning file (default: the built-in defaults)");
     curve->add_option("-o,--output", curveOut, "plot file, .svg or .png")->capture_default_str();
+    curve->add_option("--csv", curveCsv, "also write the curve the library uses as input nits, output nits");
     curve->add_option("--content-peak", curvePeak,
                       "mastering peak of the content in nits, for tunings that clip by it")
         ->check(CLI::Range(1.0f, 10000.0f));
@@ -259,7 +264,7 @@ int main(int argc, char** argv) {
             return runApply(applyOptions);
         }
         if (*check) return runCheck(checkPath, checkOptions);
-        if (*curve) return runCurve(curveTuning, curveOut, curvePeak, curveForce);
+        if (*curve) return runCurve(curveTuning, curveOut, curveCsv, curvePeak, curveForce);
         if (*preview) return runPreview(previewCube, previewOut, previewInput, previewOutput, previewPeak);
     } catch (const std::exception& e) {
         return fail(e.what());

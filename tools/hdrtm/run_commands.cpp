@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "clf_file.h"
+#include "codes_file.h"
 #include "command_inputs.h"
 #include "cube_file.h"
 #include "hdr_playback.h"
@@ -269,6 +270,11 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
         removeRunFiles(options.outputDir, written);
         throw;
     }
+    if (!options.codesPath.empty()) {
+        std::vector<ProducedLut> luts;
+        for (const ConfigSummary& s : all) luts.insert(luts.end(), s.result.luts.begin(), s.result.luts.end());
+        writeCodes(options.codesPath, luts);
+    }
     reportProblems(all);
     if (explain) explainMissingLuts(all);
     bool problems = false;
@@ -359,6 +365,9 @@ int runDemo(const std::string& tuningPath, const RunOptions& options) {
 }
 
 int runLut(const std::string& tuningPath, const Configuration& config, const RunOptions& options) {
+    if (!options.codesPath.empty() && !isCodesFileName(options.codesPath)) {
+        throw CommandError("lut: --codes " + options.codesPath + ": the codes are written as .csv or .json");
+    }
     return runConfigurations(tuningPath, {config}, options, true);
 }
 
