@@ -1,19 +1,30 @@
 #!/usr/bin/env python3
-"""Runs hdr_tm_bench with repetitions and prints, from the medians, each LUT
-pipeline as a ratio to its maths floor and each entry row (logging discarded,
-and silenced) as a ratio to the floor of the maths calls it makes.
+"""Runs hdr_tm_bench with repetitions and prints, from the medians, every
+pipeline configuration as a ratio to its maths floor and each entry row (log
+lines formatted and discarded, and logging silenced) as a ratio to the floor
+of the maths calls it makes, as Markdown tables.
 
 In the bench binary every maths call of the library passes through a small
 forwarding function (it records the arguments for the floors). What that
 adds, the forwarded floor less the floor, is taken off each timed case
 before the ratio is formed, so the ratios are those of the library as it is
-linked on a device.
+linked on a device. The hardware rows also have the host colour-manager
+simulator taken off: on a device the colour manager is the vendor's.
 
-    bench/floor_report.py build/perf/bench/hdr_tm_bench [repetitions]
+Give one binary, or several as LABEL=PATH (say a GCC and a clang build):
+each gets its own columns, the builds run one after the other.
+
+    bench/floor_report.py build/bench/bench/hdr_tm_bench [--repetitions 10]
+    bench/floor_report.py gcc=build/bench/bench/hdr_tm_bench clang=build/clang/bench/hdr_tm_bench
 """
+import argparse
 import json
+import re
 import subprocess
-import sys
+
+PIPELINE_TARGET = 1.2
+ENTRY_TARGET = 1.3
+HARDWARE_ROWS = ("PqHardware", "HlgHardware")
 
 
 def medians(binary, repetitions):
@@ -26,41 +37,95 @@ def medians(binary, repetitions):
     for b in json.loads(out)["benchmarks"]:
         if b.get("aggregate_name") == "median":
             scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3}[b["time_unit"]]
-            result[b["run_name"]] = b["cpu_time"] * scale
+            # Names carry "/min_time:0.100" from the binary's minimum times.
+            result[re.sub(r"/min_time:[0-9.]+", "", b["run_name"])] = b["cpu_time"] * scale
     return result
 
 
+def pipeline_rows(m):
+    """(configuration, time, forwarding, floor) in the binary's order."""
+    rows = []
+    for name in m:
+        if name.startswith("BM_Pipeline/"):
+            config = name[len("BM_Pipeline/"):]
+            floor = m[f"BM_PipelineFloor/{config}"]
+            forwarding = m[f"BM_PipelineForwardedFloor/{config}"] - floor
+            rows.append((config, m[name], forwarding, floor))
+    return rows
+
+
+def entry_rows(m):
+    """(row, logged, silent, forwarding, floor), the simulator taken off the
+    hardware rows."""
+    simulator = m["BM_ColorManagerSimulator"]
+    rows = []
+    for name in m:
+        if not name.startswith("BM_PlaybackEntryFloor/") or name.endswith("Forwarded"):
+            continue
+        row = name[len("BM_PlaybackEntryFloor/"):]
+        if row.startswith("NoPipeline"):
+            continue
+        off = simulator if row.startswith(HARDWARE_ROWS) else 0.0
+        floor = m[name]
+        forwarding = m[f"{name}Forwarded"] - floor
+        rows.append((row, m[f"BM_PlaybackEntry/{row}"] - off,
+                     m[f"BM_PlaybackEntry/{row}Silent"] - off, forwarding, floor))
+    return rows
+
+
+def ratio(time, forwarding, floor, target):
+    r = (time - forwarding) / floor
+    return f"{r:.2f}" + (" **over**" if r > target else "")
+
+
 def main():
-    binary = sys.argv[1]
-    repetitions = int(sys.argv[2]) if len(sys.argv) > 2 else 10
-    m = medians(binary, repetitions)
-    print(f"medians of {repetitions} repetitions, CPU microseconds per call")
-    print("time: as timed here; fwd: what the forwarding adds to it; ratio: (time - fwd) / floor")
-    print(f"{'pipeline':28} {'time':>8} {'fwd':>6} {'floor':>8} {'ratio':>6}")
-    for name in ["PqForward", "HlgForward", "SdrToPq", "HlgToPq", "SdrToHlg"]:
-        t = m[f"BM_{name}Pipeline"]
-        f = m[f"BM_{name}PipelineFloor"]
-        w = m[f"BM_{name}PipelineForwardedFloor"] - f
-        print(f"{name:28} {t:8.1f} {w:6.1f} {f:8.1f} {(t - w) / f:6.2f}")
-    print(f"{'entry row':28} {'logged':>8} {'silent':>8} {'fwd':>6} {'floor':>8} {'ratio':>6} {'silent':>6}")
-    for row in ["PqPerLayer", "PqHardware", "HlgUnderPqBlend", "HlgPerLayer", "HlgHardware",
-                "SdrUnderPqBlend", "SdrUnderHlgBlend"]:
-        t = m[f"BM_PlaybackEntry/{row}"]
-        s = m[f"BM_PlaybackEntry/{row}Silent"]
-        f = m[f"BM_PlaybackEntryFloor/{row}"]
-        w = m[f"BM_PlaybackEntryFloor/{row}Forwarded"] - f
-        print(f"{row:28} {t:8.1f} {s:8.1f} {w:6.1f} {f:8.1f} {(t - w) / f:6.2f} {(s - w) / f:6.2f}")
-    sim = m["BM_ColorManagerSimulator"]
-    print(f"host colour-manager simulator per hardware-row call: {sim:.1f}")
-    for row in ["PqHardware", "HlgHardware"]:
-        s = m[f"BM_PlaybackEntry/{row}Silent"]
-        f = m[f"BM_PlaybackEntryFloor/{row}"]
-        w = m[f"BM_PlaybackEntryFloor/{row}Forwarded"] - f
-        print(f"{row + ' without simulator':28} {s - sim:8.1f} {'':>8} {w:6.1f} {f:8.1f} "
-              f"{'':>6} {(s - sim - w) / f:6.2f}")
-    t = m["BM_PlaybackEntry/NoPipeline"]
-    s = m["BM_PlaybackEntry/NoPipelineSilent"]
-    print(f"{'NoPipeline':28} {t:8.1f} {s:8.1f}")
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("binaries", nargs="+", help="PATH or LABEL=PATH")
+    parser.add_argument("--repetitions", type=int, default=10)
+    args = parser.parse_args()
+    builds = []
+    for spec in args.binaries:
+        label, _, path = spec.rpartition("=")
+        builds.append((label or "build", medians(path, args.repetitions)))
+
+    print(f"Medians of {args.repetitions} repetitions, CPU microseconds per call. "
+          f"time: as timed, less what the forwarding adds; floor: the replayed maths calls; "
+          f"targets {PIPELINE_TARGET} (pipelines) and {ENTRY_TARGET} (entry, logged).\n")
+    labels = [label for label, _ in builds]
+    header = ["pipeline / configuration"]
+    for label in labels:
+        header += [f"{label} time", f"{label} floor", f"{label} ratio"]
+    print("| " + " | ".join(header) + " |")
+    print("|" + "---|" * len(header))
+    tables = [pipeline_rows(m) for _, m in builds]
+    for i, (config, *_rest) in enumerate(tables[0]):
+        cells = [config]
+        for rows in tables:
+            _, t, w, f = rows[i]
+            cells += [f"{t - w:.0f}", f"{f:.0f}", ratio(t, w, f, PIPELINE_TARGET)]
+        print("| " + " | ".join(cells) + " |")
+
+    print()
+    header = ["entry row"]
+    for label in labels:
+        header += [f"{label} logged", f"{label} silent", f"{label} floor",
+                   f"{label} ratio logged", f"{label} ratio silent"]
+    print("| " + " | ".join(header) + " |")
+    print("|" + "---|" * len(header))
+    tables = [entry_rows(m) for _, m in builds]
+    for i, (row, *_rest) in enumerate(tables[0]):
+        cells = [row + (" (less simulator)" if row.startswith(HARDWARE_ROWS) else "")]
+        for rows in tables:
+            _, t, s, w, f = rows[i]
+            cells += [f"{t - w:.0f}", f"{s - w:.0f}", f"{f:.0f}",
+                      ratio(t, w, f, ENTRY_TARGET), ratio(s, w, f, ENTRY_TARGET)]
+        print("| " + " | ".join(cells) + " |")
+    print()
+    for label, m in builds:
+        print(f"{label}: host colour-manager simulator {m['BM_ColorManagerSimulator']:.1f} µs "
+              f"a hardware call (taken off above); no pipeline (layer cleared) "
+              f"{m['BM_PlaybackEntry/NoPipeline']:.1f} µs logged, "
+              f"{m['BM_PlaybackEntry/NoPipelineSilent']:.1f} µs silent")
 
 
 if __name__ == "__main__":

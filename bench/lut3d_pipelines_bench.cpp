@@ -1,11 +1,12 @@
-// Each LUT pipeline on a full 17^3 grid, set up as the playback entry sets it
-// (default tuning, identity panel correction), and beside it its floor: the
-// same pipeline's maths-library calls, on the same arguments, and nothing
-// else. A pipeline starts from the grid every time, so no input is restored
-// between iterations.
+// Each LUT pipeline on a full 17^3 grid in every configuration of
+// pipelineConfigs(), and beside each its floor: the same pipeline's
+// maths-library calls, on the same arguments, and nothing else, straight and
+// through the binary's forwarding functions. A pipeline starts from the grid
+// every time, so no input is restored between iterations.
+//
+// Names: BM_Pipeline/<config>, BM_PipelineFloor/<config>,
+// BM_PipelineForwardedFloor/<config>.
 #include <benchmark/benchmark.h>
-
-#include <vector>
 
 #include "bench_planes.h"
 #include "floor_timing.h"
@@ -14,8 +15,12 @@
 
 namespace {
 
-void runPipeline(benchmark::State& state, const PipelineCase& c) {
-    PipelineSetup setup(c.outBitDepth, c.gamutMode, c.inverseBt2020Luma);
+// Long enough for a median over a few hundred calls a repetition, short
+// enough that the whole set runs in well under a minute.
+constexpr double kMinSeconds = 0.1;
+
+void runPipeline(benchmark::State& state, const PipelineConfig& c) {
+    PipelineSetup setup(c);
     BenchPlanes planes;
     for (auto _ : state) {
         c.pipeline(&setup.params, planes.planes);
@@ -24,8 +29,8 @@ void runPipeline(benchmark::State& state, const PipelineCase& c) {
     state.SetItemsProcessed(state.iterations() * BenchPlanes::kCount);
 }
 
-void runFloor(benchmark::State& state, const PipelineCase& c, bool throughForwarders = false) {
-    PipelineSetup setup(c.outBitDepth, c.gamutMode, c.inverseBt2020Luma);
+void runFloor(benchmark::State& state, const PipelineConfig& c, bool throughForwarders) {
+    PipelineSetup setup(c);
     BenchPlanes planes;
     const mathstrace::Trace trace =
         mathstrace::record([&] { c.pipeline(&setup.params, planes.planes); });
@@ -33,49 +38,23 @@ void runFloor(benchmark::State& state, const PipelineCase& c, bool throughForwar
     state.SetItemsProcessed(state.iterations() * BenchPlanes::kCount);
 }
 
-void BM_PqForwardPipeline(benchmark::State& state) { runPipeline(state, kPqForwardCase); }
-void BM_HlgForwardPipeline(benchmark::State& state) { runPipeline(state, kHlgForwardCase); }
-void BM_SdrToPqPipeline(benchmark::State& state) { runPipeline(state, kSdrToPqCase); }
-void BM_HlgToPqPipeline(benchmark::State& state) { runPipeline(state, kHlgToPqCase); }
-void BM_SdrToHlgPipeline(benchmark::State& state) { runPipeline(state, kSdrToHlgCase); }
-
-void BM_PqForwardPipelineFloor(benchmark::State& state) { runFloor(state, kPqForwardCase); }
-void BM_HlgForwardPipelineFloor(benchmark::State& state) { runFloor(state, kHlgForwardCase); }
-void BM_SdrToPqPipelineFloor(benchmark::State& state) { runFloor(state, kSdrToPqCase); }
-void BM_HlgToPqPipelineFloor(benchmark::State& state) { runFloor(state, kHlgToPqCase); }
-void BM_SdrToHlgPipelineFloor(benchmark::State& state) { runFloor(state, kSdrToHlgCase); }
-
-// The floors again through the binary's forwarding maths functions.
-void BM_PqForwardPipelineForwardedFloor(benchmark::State& state) {
-    runFloor(state, kPqForwardCase, true);
-}
-void BM_HlgForwardPipelineForwardedFloor(benchmark::State& state) {
-    runFloor(state, kHlgForwardCase, true);
-}
-void BM_SdrToPqPipelineForwardedFloor(benchmark::State& state) {
-    runFloor(state, kSdrToPqCase, true);
-}
-void BM_HlgToPqPipelineForwardedFloor(benchmark::State& state) {
-    runFloor(state, kHlgToPqCase, true);
-}
-void BM_SdrToHlgPipelineForwardedFloor(benchmark::State& state) {
-    runFloor(state, kSdrToHlgCase, true);
-}
+const bool kRegistered = [] {
+    for (const PipelineConfig& c : pipelineConfigs()) {
+        const std::string name = c.name();
+        benchmark::RegisterBenchmark(("BM_Pipeline/" + name).c_str(),
+                                     [c](benchmark::State& s) { runPipeline(s, c); })
+            ->MinTime(kMinSeconds)
+            ->Unit(benchmark::kMicrosecond);
+        benchmark::RegisterBenchmark(("BM_PipelineFloor/" + name).c_str(),
+                                     [c](benchmark::State& s) { runFloor(s, c, false); })
+            ->MinTime(kMinSeconds)
+            ->Unit(benchmark::kMicrosecond);
+        benchmark::RegisterBenchmark(("BM_PipelineForwardedFloor/" + name).c_str(),
+                                     [c](benchmark::State& s) { runFloor(s, c, true); })
+            ->MinTime(kMinSeconds)
+            ->Unit(benchmark::kMicrosecond);
+    }
+    return true;
+}();
 
 }  // namespace
-
-BENCHMARK(BM_PqForwardPipeline);
-BENCHMARK(BM_PqForwardPipelineFloor);
-BENCHMARK(BM_PqForwardPipelineForwardedFloor);
-BENCHMARK(BM_HlgForwardPipeline);
-BENCHMARK(BM_HlgForwardPipelineFloor);
-BENCHMARK(BM_HlgForwardPipelineForwardedFloor);
-BENCHMARK(BM_SdrToPqPipeline);
-BENCHMARK(BM_SdrToPqPipelineFloor);
-BENCHMARK(BM_SdrToPqPipelineForwardedFloor);
-BENCHMARK(BM_HlgToPqPipeline);
-BENCHMARK(BM_HlgToPqPipelineFloor);
-BENCHMARK(BM_HlgToPqPipelineForwardedFloor);
-BENCHMARK(BM_SdrToHlgPipeline);
-BENCHMARK(BM_SdrToHlgPipelineFloor);
-BENCHMARK(BM_SdrToHlgPipelineForwardedFloor);

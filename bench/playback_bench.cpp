@@ -4,9 +4,13 @@
 // block and sample planes, plus any scratch of the stages; hardware rows also
 // count the copies the colour-manager simulator keeps), with logging
 // silenced so that no line is formatted, and as its floor: the maths-library
-// calls one entry call makes, on the same arguments, and nothing else.
+// calls one entry call makes, on the same arguments, and nothing else. Each
+// row runs on the built-in defaults and again on a version 2.0 tuning file
+// (the table curve, brightness and saturation sections on), which the entry
+// loads on its first tuned call and copies on every later one.
 #include <android/log.h>
 #include <benchmark/benchmark.h>
+#include <cutils/properties.h>
 #include <krel/color_manager.h>
 #include <krel/color_manager_sim.h>
 
@@ -37,7 +41,21 @@ void* countedAllocation(size_t size) {
 
 void discardLine(const struct __android_logger_data*, const char*) {}
 
+constexpr const char* kTuningProperty = "ro.vendor.display.hdr.config";
+
+// Where the entry finds its tuning for a row: no property (the defaults) or
+// the version 2.0 example tuning.
+enum class Tuning { kDefaults, kVersion2 };
+
+void selectTuning(benchmark::State& state, Tuning tuning) {
+    const char* path = tuning == Tuning::kDefaults ? "" : HDRTM_BENCH_TUNING_FILE;
+    if (property_set(kTuningProperty, path) != 0) state.SkipWithError("tuning path too long");
+}
+
 constexpr unsigned kEntries = 17 * 17 * 17;
+// Long enough for a median over a few hundred calls a repetition, short
+// enough that every row runs in well under a minute.
+constexpr double kMinSeconds = 0.1;
 constexpr int kResetEvery = 64;  // the simulator keeps a copy of every push
 
 // The interface records of one entry call: up to four layers of one
@@ -80,8 +98,9 @@ private:
 // How the entry's log lines are handled while it is timed.
 enum class Logging { kDiscarded, kSilenced };
 
-void BM_PlaybackEntry(benchmark::State& state, Logging logging, uint32_t blendSpace, uint8_t hw,
-                      std::vector<uint32_t> transfers, uint32_t contentClass) {
+void BM_PlaybackEntry(benchmark::State& state, Logging logging, Tuning tuning, uint32_t blendSpace,
+                      uint8_t hw, std::vector<uint32_t> transfers, uint32_t contentClass) {
+    selectTuning(state, tuning);
     EntryCall call(blendSpace, hw, transfers, contentClass);
     __android_log_set_logger(discardLine);
     if (logging == Logging::kSilenced) __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
@@ -107,8 +126,10 @@ void BM_PlaybackEntry(benchmark::State& state, Logging logging, uint32_t blendSp
     __android_log_set_logger(__android_log_stderr_logger);
 }
 
-void BM_PlaybackEntryFloor(benchmark::State& state, bool throughForwarders, uint32_t blendSpace,
-                           uint8_t hw, std::vector<uint32_t> transfers, uint32_t contentClass) {
+void BM_PlaybackEntryFloor(benchmark::State& state, bool throughForwarders, Tuning tuning,
+                           uint32_t blendSpace, uint8_t hw, std::vector<uint32_t> transfers,
+                           uint32_t contentClass) {
+    selectTuning(state, tuning);
     EntryCall call(blendSpace, hw, transfers, contentClass);
     __android_log_set_logger(discardLine);
     krel::sim::Reset();
@@ -165,20 +186,31 @@ void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, size_t) noexcept { std::free(block); }
 void operator delete[](void* block, size_t) noexcept { std::free(block); }
 
-// Each decision row: logged (discarded), silenced, its floor, and the floor
-// through the binary's forwarding maths functions.
-#define HDRTM_ENTRY_ROW(name, unit, ...)                                                     \
-    BENCHMARK_CAPTURE(BM_PlaybackEntry, name, Logging::kDiscarded, __VA_ARGS__)->Unit(unit); \
-    BENCHMARK_CAPTURE(BM_PlaybackEntry, name##Silent, Logging::kSilenced, __VA_ARGS__)       \
-        ->Unit(unit);                                                                        \
-    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name, false, __VA_ARGS__)->Unit(unit);          \
-    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name##Forwarded, true, __VA_ARGS__)->Unit(unit)
+// Each decision row on each tuning: logged (discarded), silenced, its floor,
+// and the floor through the binary's forwarding maths functions. Rows on the
+// version 2.0 tuning carry the suffix "Tuned".
+#define HDRTM_ENTRY_CASES(name, tuning, ...)                                                    \
+    BENCHMARK_CAPTURE(BM_PlaybackEntry, name, Logging::kDiscarded, tuning, __VA_ARGS__)         \
+        ->MinTime(kMinSeconds)                                                                  \
+        ->Unit(benchmark::kMicrosecond);                                                        \
+    BENCHMARK_CAPTURE(BM_PlaybackEntry, name##Silent, Logging::kSilenced, tuning, __VA_ARGS__)  \
+        ->MinTime(kMinSeconds)                                                                  \
+        ->Unit(benchmark::kMicrosecond);                                                        \
+    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name, false, tuning, __VA_ARGS__)                  \
+        ->MinTime(kMinSeconds)                                                                  \
+        ->Unit(benchmark::kMicrosecond);                                                        \
+    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name##Forwarded, true, tuning, __VA_ARGS__)        \
+        ->MinTime(kMinSeconds)                                                                  \
+        ->Unit(benchmark::kMicrosecond)
+#define HDRTM_ENTRY_ROW(name, ...)                          \
+    HDRTM_ENTRY_CASES(name, Tuning::kDefaults, __VA_ARGS__); \
+    HDRTM_ENTRY_CASES(name##Tuned, Tuning::kVersion2, __VA_ARGS__)
 
-HDRTM_ENTRY_ROW(PqPerLayer, benchmark::kMicrosecond, 1, 0, {16}, 0);
-HDRTM_ENTRY_ROW(PqHardware, benchmark::kMicrosecond, 0, 1, {16}, 0);
-HDRTM_ENTRY_ROW(HlgUnderPqBlend, benchmark::kMicrosecond, 0, 0, {18}, 0);
-HDRTM_ENTRY_ROW(HlgPerLayer, benchmark::kMicrosecond, 1, 0, {18}, 0);
-HDRTM_ENTRY_ROW(HlgHardware, benchmark::kMicrosecond, 2, 1, {18}, 0);
-HDRTM_ENTRY_ROW(SdrUnderPqBlend, benchmark::kMicrosecond, 0, 0, {1}, 2);
-HDRTM_ENTRY_ROW(SdrUnderHlgBlend, benchmark::kMicrosecond, 2, 0, {1}, 2);
-HDRTM_ENTRY_ROW(NoPipeline, benchmark::kMicrosecond, 0, 0, {16}, 0);
+HDRTM_ENTRY_ROW(PqPerLayer, 1, 0, {16}, 0);
+HDRTM_ENTRY_ROW(PqHardware, 0, 1, {16}, 0);
+HDRTM_ENTRY_ROW(HlgUnderPqBlend, 0, 0, {18}, 0);
+HDRTM_ENTRY_ROW(HlgPerLayer, 1, 0, {18}, 0);
+HDRTM_ENTRY_ROW(HlgHardware, 2, 1, {18}, 0);
+HDRTM_ENTRY_ROW(SdrUnderPqBlend, 0, 0, {1}, 2);
+HDRTM_ENTRY_ROW(SdrUnderHlgBlend, 2, 0, {1}, 2);
+HDRTM_ENTRY_ROW(NoPipeline, 0, 0, {16}, 0);
