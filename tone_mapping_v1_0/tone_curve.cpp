@@ -252,11 +252,26 @@ namespace hdrtm {
 namespace {
 
 // Luminance strictly between lo and hi bent by a power of its position in
-// that range, in place.
-void applyBrightnessGamma(float* luma, uint32_t count, float lo, float hi, float exponent) {
-    for (uint32_t i = 0; i < count; ++i) {
-        const float y = luma[i];
-        if (lo < y && y < hi) luma[i] = lo + (hi - lo) * powf((y - lo) / (hi - lo), exponent);
+// that range, in place. Block by block: a vectorised pass finds the points in
+// range and their positions, the powers run in a loop of their own, and a
+// vectorised pass puts the results back on the range. Always inlined, so that
+// it is built for every variant of yTM.
+[[gnu::always_inline]] inline void applyBrightnessGamma(float* luma, uint32_t count, float lo,
+                                                        float hi, float exponent) {
+    const float range = hi - lo;
+    uint32_t inRange[kCallBlock];
+    float position[kCallBlock];
+    for (uint32_t start = 0; start < count; start += kCallBlock) {
+        float* const y = luma + start;
+        const uint32_t n = std::min(count - start, kCallBlock);
+        for (uint32_t j = 0; j < n; ++j) {
+            inRange[j] = lo < y[j] && y[j] < hi;
+            position[j] = (y[j] - lo) / range;
+        }
+        for (uint32_t j = 0; j < n; ++j) {
+            if (inRange[j]) position[j] = powf(position[j], exponent);
+        }
+        for (uint32_t j = 0; j < n; ++j) y[j] = inRange[j] ? lo + range * position[j] : y[j];
     }
 }
 
