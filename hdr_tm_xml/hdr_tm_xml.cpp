@@ -136,9 +136,7 @@ void loadPoints(XMLElement* root, TMParams& params) {
         ys = collectCodes(points, "y");
     }
     if (xs.size() < kGridPointsPerAxis || ys.size() < kGridPointsPerAxis) {
-        params.curve.num_points = hdrtm::kDefaultToneCurve.num_points;
-        std::copy_n(hdrtm::kDefaultToneCurve.points_x, kGridPointsPerAxis, params.curve.points_x);
-        std::copy_n(hdrtm::kDefaultToneCurve.points_y, kGridPointsPerAxis, params.curve.points_y);
+        hdrtm::storeDefaultToneCurve(&params.curve);
         return;
     }
     params.curve.num_points = static_cast<int32_t>(std::min<size_t>(xs.size(), INT32_MAX));

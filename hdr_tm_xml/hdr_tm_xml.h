@@ -39,5 +39,8 @@ namespace hdrtm {
 // Built-in tone-curve control points (10-bit codes): the defaults and the
 // loader's fallback. Rising, reaching the top code at x = 923.
 extern const toneMapperLUT kDefaultToneCurve;
+// Stores the default count and points in slots 0..16; the spare slots keep
+// what they held.
+void storeDefaultToneCurve(toneMapperLUT* curve);
 
 }  // namespace hdrtm

@@ -1,5 +1,5 @@
 // Process-wide parameter state and the built-in defaults.
-#include <cstring>
+#include <algorithm>
 
 #include "hdr_tm_xml.h"
 
@@ -14,6 +14,12 @@ const toneMapperLUT kDefaultToneCurve = {
     {0, 62, 123, 185, 254, 308, 386, 451, 482, 513, 544, 575, 606, 637, 668, 923, 1023},
     {0, 35, 65, 95, 131, 190, 289, 400, 444, 528, 565, 674, 779, 840, 1000, 1023, 1023},
 };
+
+void storeDefaultToneCurve(toneMapperLUT* curve) {
+    curve->num_points = kDefaultToneCurve.num_points;
+    std::copy_n(kDefaultToneCurve.points_x, kGridPointsPerAxis, curve->points_x);
+    std::copy_n(kDefaultToneCurve.points_y, kGridPointsPerAxis, curve->points_y);
+}
 
 }  // namespace hdrtm
 
@@ -42,6 +48,6 @@ void set_default_vals(TMParams* params) {
     params->kmax = 1.2f;
     params->enableM = 1;
     params->linearScale = 0;
-    params->curve = hdrtm::kDefaultToneCurve;
+    hdrtm::storeDefaultToneCurve(&params->curve);
     params->version = 0;
 }

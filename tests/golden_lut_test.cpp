@@ -64,7 +64,8 @@ std::string runLayerSet(const LayerSet& set) {
 TEST(GoldenLuts, EveryOutputByteIsUnchanged) {
     const std::string file = "/tmp/hdrtm_golden_" + std::to_string(getpid()) + ".txt";
     std::ofstream(file).close();
-    for (const std::string tuning : {"defaults", "tuning_v2_p3.xml", "tuning_v1_bt709.xml"}) {
+    for (const std::string tuning : {"defaults", "tuning_v2_p3.xml", "tuning_v1_bt709.xml", "tuning_enable_m_2.xml",
+                                     "tuning_enable_m_minus3.xml"}) {
         inFreshProcess([&] {
             const std::string path = tuning == "defaults" ? "" : dataTuningPath(tuning);
             ASSERT_EQ(property_set(kTuningProperty, path.c_str()), 0);

@@ -30,6 +30,10 @@ TEST(Defaults, StoreBuiltInValuesAndLeaveTheRest) {
     EXPECT_EQ(p.gamut_mode, 0xA5);
     EXPECT_EQ(p.grid_size, 0xA5);
     EXPECT_EQ(std::bit_cast<uint32_t>(p.clipLuma), 0xA5A5A5A5u);
+    // So do the spare control-point slots 17..23.
+    for (int i = 17; i < kToneCurveMaxPoints; ++i)
+        EXPECT_EQ(std::bit_cast<uint32_t>(p.curve.points_x[i]) & std::bit_cast<uint32_t>(p.curve.points_y[i]),
+                  0xA5A5A5A5u) << i;
 }
 
 TEST(Globals, AreZeroAtLoad) {

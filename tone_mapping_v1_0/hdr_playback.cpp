@@ -114,7 +114,7 @@ void clipLumaFromLayers(TMParams* p, const HdrLayerColorInfo* layers, int count)
             clip = static_cast<float>(layer.max_cll);
         }
     }
-    p->clipLuma = std::max(clip, kClipLumaFloor);
+    p->clipLuma = maxOf(clip, kClipLumaFloor);
     // Records 0 and 1 are printed whatever num_layers says: intended.
     HDRTM_LOGI("src0: master = %d, content = %d", layers[0].master_max_luminance,
                layers[0].max_cll);

@@ -44,9 +44,10 @@ unsigned int samplesPerPlane(const TMParams& params) {
     return n * n * n;
 }
 
-// Replaces every sample of the three planes by f(sample).
+// Replaces every sample of the three planes by f(sample). Always inline, so
+// that it is built inside every vector variant of its caller.
 template <typename F>
-void forEachSample(float** planes, unsigned int count, F f) {
+[[gnu::always_inline]] inline void forEachSample(float** planes, unsigned int count, F f) {
     for (int k = 0; k < kPlaneCount; ++k) {
         float* plane = planes[k];
         for (unsigned int i = 0; i < count; ++i) plane[i] = f(plane[i]);

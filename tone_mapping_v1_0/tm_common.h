@@ -1,9 +1,10 @@
-// Helpers shared by every stage of the engine: logging, the NaN-passing clamp,
+// Helpers shared by every stage of the engine: logging, the NaN-passing clamps,
 // the float-to-code conversion and the sample-plane geometry.
 #pragma once
 
 #include <android/log.h>
 
+#include <bit>
 #include <cstdint>
 
 namespace hdrtm {
@@ -46,11 +47,65 @@ constexpr int kLutPoints = 17 * 17 * 17;  // 4913 samples a plane
 // few 1 KB blocks on its own stack.
 constexpr unsigned int kCallBlock = 256;
 
-// Clamp to [0, 1] that replaces only values below 0 or above 1: NaN passes.
-// Both tests always run, as selects, so that loops over planes vectorise.
-inline float clampUnitKeepNaN(float v) {
-    v = v < 0.0f ? 0.0f : v;
-    return v > 1.0f ? 1.0f : v;
+// Order tests, clamps, minima and maxima of floats, made on bit patterns.
+// A float comparison that picks one of its own operands is what compilers
+// turn into min/max instructions, whose rules differ from the comparison's:
+// clang for arm64 makes `v < 0 ? 0 : v` an fmax, which returns +0 for -0.
+// Tests on the bits leave nothing to recognise, give the comparison's own
+// answer (false when either side is NaN, -0 not below +0) on every compiler
+// and processor, and vectorise as integer compares and selects. Every clamp,
+// minimum and maximum of the engine goes through these.
+
+// Built inside every caller, and so inside every vector variant of it.
+#define HDRTM_INLINE [[gnu::always_inline]] inline
+
+constexpr uint32_t kFloatMagnitudeMask = 0x7FFFFFFFu;
+constexpr uint32_t kFloatInfinityBits = 0x7F800000u;
+
+HDRTM_INLINE bool isNaNBits(float v) {
+    return (std::bit_cast<uint32_t>(v) & kFloatMagnitudeMask) > kFloatInfinityBits;
+}
+
+// The bits as a signed integer that orders as the float does: the magnitude,
+// negated for negative values, so that -0 and +0 are equal. NaN is left to
+// the callers.
+HDRTM_INLINE int32_t orderKey(float v) {
+    const int32_t bits = std::bit_cast<int32_t>(v);
+    const int32_t magnitude = bits & static_cast<int32_t>(kFloatMagnitudeMask);
+    return bits < 0 ? -magnitude : magnitude;
+}
+
+// a < b, as the float comparison answers it.
+HDRTM_INLINE bool isBelow(float a, float b) {
+    return !isNaNBits(a) && !isNaNBits(b) && orderKey(a) < orderKey(b);
+}
+
+// std::max and std::min: a, unless b is above (below) it; so a NaN a is
+// returned and a NaN b is not.
+HDRTM_INLINE float maxOf(float a, float b) { return isBelow(a, b) ? b : a; }
+HDRTM_INLINE float minOf(float a, float b) { return isBelow(b, a) ? b : a; }
+
+// Replaces only values below lo or above hi: NaN and -0 pass. Below lo wins
+// when lo > hi.
+HDRTM_INLINE float clampKeepNaN(float v, float lo, float hi) {
+    return isBelow(v, lo) ? lo : isBelow(hi, v) ? hi : v;
+}
+
+// clampKeepNaN(v, 0, 1) for the plane loops, on unsigned ranges of the bits:
+// the floats below 0 are 0x80000001 (-denormal min) to 0xFF800000 (-inf), those
+// above 1 are 0x3F800001 to 0x7F800000 (+inf); NaNs lie outside both.
+HDRTM_INLINE bool bitsWithin(uint32_t bits, uint32_t first, uint32_t last) {
+    return bits - first <= last - first;
+}
+HDRTM_INLINE float clampUnitKeepNaN(float v) {
+    constexpr uint32_t kZeroBits = 0x00000000u;
+    constexpr uint32_t kOneBits = 0x3F800000u;
+    constexpr uint32_t kBelowZeroFirst = 0x80000001u, kBelowZeroLast = 0xFF800000u;
+    constexpr uint32_t kAboveOneFirst = 0x3F800001u, kAboveOneLast = kFloatInfinityBits;
+    uint32_t bits = std::bit_cast<uint32_t>(v);
+    bits = bitsWithin(bits, kBelowZeroFirst, kBelowZeroLast) ? kZeroBits : bits;
+    bits = bitsWithin(bits, kAboveOneFirst, kAboveOneLast) ? kOneBits : bits;
+    return std::bit_cast<float>(bits);
 }
 
 // Float to unsigned 32-bit code as the 64-bit Arm target converts it:
@@ -62,7 +117,7 @@ inline float clampUnitKeepNaN(float v) {
 inline uint32_t floatToUint32(float v) {
     constexpr float kTwo31 = 2147483648.0f;
     constexpr float kTwo32 = 4294967296.0f;
-    const float w = v > 0.0f ? v : 0.0f;  // NaN, zero, negatives give 0
+    const float w = isBelow(0.0f, v) ? v : 0.0f;  // NaN, zero, negatives give 0
     const bool high = w >= kTwo31;
     const bool saturated = w >= kTwo32;
     float low = high ? w - kTwo31 : w;
@@ -89,12 +144,6 @@ inline int32_t floatToInt32(float v) {
     if (v < -2147483648.0f) return INT32_MIN;
     return static_cast<int32_t>(v);
 }
-
-}  // namespace hdrtm
-
-#include <bit>
-
-namespace hdrtm {
 
 // A float constant given by its IEEE-754 bit pattern.
 constexpr float floatFromBits(uint32_t bits) { return std::bit_cast<float>(bits); }

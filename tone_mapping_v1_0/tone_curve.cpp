@@ -337,8 +337,7 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     const bool useTable = params->version == kToneCurveTableVersion;
     toneMapperLUT* table = &params->curve;
 
-    float lMin = params->panel_min_luminance / kNitsPerUnit;
-    if (lMin < kMinLuminanceFloor) lMin = kMinLuminanceFloor;
+    const float lMin = maxOf(params->panel_min_luminance / kNitsPerUnit, kMinLuminanceFloor);
     const float yMin = log10f(lMin * kNitsPerUnit);
     const float lMax = panelMaxNits / kNitsPerUnit;
     const float yMax = log10f(panelMaxNits);
@@ -353,13 +352,22 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     const float boostIntercept = log10f(params->LinearBoost);
     if (!(boostIntercept < intercept)) intercept = boostIntercept;
     // Shoulder: enableM 0 fixes xMax at the clipping luminance and the curve
-    // derives k; otherwise k = sharp and the curve derives xMax. The curve
-    // tests its mode against 1, so another nonzero enableM also derives k,
-    // from the clipping luminance, which is therefore handed over in any case.
+    // derives k. Any other value sets k = sharp and derives xMax here, as the
+    // curve's given-exponent mode does; the curve is handed both with enableM
+    // as its mode, so 1 re-derives the same xMax and any other value takes
+    // this xMax as given and derives k back from it (close to, not always
+    // bit-identical with, enableM 1). The clipping luminance reaches the curve
+    // only with enableM 0.
     const unsigned char mode = params->enableM;
     float k = 0.0f;
-    const float xMax = log10f(params->clipLuma);
-    if (mode != 0) k = params->sharp;
+    float xMax = 0.0f;
+    if (mode == 0) {
+        xMax = log10f(params->clipLuma);
+    } else {
+        k = params->sharp;
+        const float xShoulder = (yShoulder - intercept) / slope;
+        xMax = xShoulder + (yMax - yShoulder) / (slope / k);
+    }
     const LogCurve curve =
         makeLogCurve(yMin, yMax, k, xMax, mode, xMin, yToe, yShoulder, intercept, slope);
 

@@ -52,10 +52,10 @@ inline LumaChroma toLumaChroma(float r, float g, float b) {
 // branch.
 inline float limitedGain(const LumaChroma& p, float lo, float hi, float slope, float maxGain) {
     const float gain = saturationGain(p.y, lo, hi, slope, maxGain);
-    const float m = std::max(std::fabs(p.cb), std::fabs(p.cr));
+    const float m = maxOf(std::fabs(p.cb), std::fabs(p.cr));
     const float quotient = kChromaLimit / m;
     const float limit = m > 0.0f ? quotient : 0.0f;
-    return limit < gain ? limit : gain;
+    return minOf(gain, limit);
 }
 
 // One channel of the way back from luma and chroma, clamped.

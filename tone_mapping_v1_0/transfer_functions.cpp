@@ -315,9 +315,7 @@ void gamma_custom_forward_tf(float gamma, float** planes, unsigned int count,
 }
 
 float Clipping(float value, float lower, float upper) {
-    if (value < lower) return lower;
-    if (value > upper) return upper;
-    return value;
+    return clampKeepNaN(value, lower, upper);
 }
 
 // The two 16-bit arguments of the OOTF pair are part of the signature only.
