@@ -24,52 +24,42 @@ import subprocess
 
 PIPELINE_TARGET = 1.2
 ENTRY_TARGET = 1.3
-HARDWARE_ROWS = ("PqHardware", "HlgHardware")
 
 
 def medians(binary, repetitions):
+    """Benchmark name -> its counters' medians over the repetitions."""
     out = subprocess.run(
-        [binary, "--benchmark_filter=Pipeline|PlaybackEntry|ColorManagerSimulator",
+        [binary, "--benchmark_filter=BM_Pipeline/|BM_PlaybackEntry/",
          f"--benchmark_repetitions={repetitions}",
          "--benchmark_report_aggregates_only=true", "--benchmark_format=json"],
         check=True, capture_output=True, text=True).stdout
     result = {}
     for b in json.loads(out)["benchmarks"]:
         if b.get("aggregate_name") == "median":
-            scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3}[b["time_unit"]]
             # Names carry "/min_time:0.100" from the binary's minimum times.
-            result[re.sub(r"/min_time:[0-9.]+", "", b["run_name"])] = b["cpu_time"] * scale
+            result[re.sub(r"/min_time:[0-9.]+", "", b["run_name"])] = b
     return result
 
 
 def pipeline_rows(m):
     """(configuration, time, forwarding, floor) in the binary's order."""
     rows = []
-    for name in m:
+    for name, b in m.items():
         if name.startswith("BM_Pipeline/"):
-            config = name[len("BM_Pipeline/"):]
-            floor = m[f"BM_PipelineFloor/{config}"]
-            forwarding = m[f"BM_PipelineForwardedFloor/{config}"] - floor
-            rows.append((config, m[name], forwarding, floor))
+            rows.append((name[len("BM_Pipeline/"):], b["pipeline_us"],
+                         b["forwarded_us"] - b["floor_us"], b["floor_us"]))
     return rows
 
 
 def entry_rows(m):
     """(row, logged, silent, forwarding, floor), the simulator taken off the
-    hardware rows."""
-    simulator = m["BM_ColorManagerSimulator"]
+    hardware rows; the layer-cleared rows (no pipeline) are left out."""
     rows = []
-    for name in m:
-        if not name.startswith("BM_PlaybackEntryFloor/") or name.endswith("Forwarded"):
-            continue
-        row = name[len("BM_PlaybackEntryFloor/"):]
-        if row.startswith("NoPipeline"):
-            continue
-        off = simulator if row.startswith(HARDWARE_ROWS) else 0.0
-        floor = m[name]
-        forwarding = m[f"{name}Forwarded"] - floor
-        rows.append((row, m[f"BM_PlaybackEntry/{row}"] - off,
-                     m[f"BM_PlaybackEntry/{row}Silent"] - off, forwarding, floor))
+    for name, b in m.items():
+        if name.startswith("BM_PlaybackEntry/") and not name.startswith("BM_PlaybackEntry/NoPipeline"):
+            off = b.get("simulator_us", 0.0)
+            rows.append((name[len("BM_PlaybackEntry/"):], b["logged_us"] - off,
+                         b["silent_us"] - off, b["forwarded_us"] - b["floor_us"], b["floor_us"]))
     return rows
 
 
@@ -114,7 +104,7 @@ def main():
     print("|" + "---|" * len(header))
     tables = [entry_rows(m) for _, m in builds]
     for i, (row, *_rest) in enumerate(tables[0]):
-        cells = [row + (" (less simulator)" if row.startswith(HARDWARE_ROWS) else "")]
+        cells = [row + (" (less simulator)" if "Hardware" in row else "")]
         for rows in tables:
             _, t, s, w, f = rows[i]
             cells += [f"{t - w:.0f}", f"{s - w:.0f}", f"{f:.0f}",
@@ -122,10 +112,12 @@ def main():
         print("| " + " | ".join(cells) + " |")
     print()
     for label, m in builds:
-        print(f"{label}: host colour-manager simulator {m['BM_ColorManagerSimulator']:.1f} µs "
-              f"a hardware call (taken off above); no pipeline (layer cleared) "
-              f"{m['BM_PlaybackEntry/NoPipeline']:.1f} µs logged, "
-              f"{m['BM_PlaybackEntry/NoPipelineSilent']:.1f} µs silent")
+        simulator = [b["simulator_us"] for b in m.values() if "simulator_us" in b]
+        cleared = m["BM_PlaybackEntry/NoPipeline"]
+        print(f"{label}: host colour-manager simulator {min(simulator):.0f} to "
+              f"{max(simulator):.0f} µs a hardware call (taken off above); no pipeline "
+              f"(layer cleared) {cleared['logged_us']:.1f} µs logged, "
+              f"{cleared['silent_us']:.1f} µs silent")
 
 
 if __name__ == "__main__":

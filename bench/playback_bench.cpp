@@ -1,13 +1,17 @@
 // The playback entry, one case per row of the per-layer decision table that
-// runs a pipeline, three ways: with log lines formatted and discarded (the
-// counters give the heap a call takes through operator new: the entry's PCC
-// block and sample planes, plus any scratch of the stages; hardware rows also
-// count the copies the colour-manager simulator keeps), with logging
-// silenced so that no line is formatted, and as its floor: the maths-library
-// calls one entry call makes, on the same arguments, and nothing else. Each
-// row runs on the built-in defaults and again on a version 2.0 tuning file
-// (the table curve, brightness and saturation sections on), which the entry
-// loads on its first tuned call and copies on every later one.
+// runs a pipeline, timed in turn (floor_timing.h) four ways: with log lines
+// formatted and discarded (logged_us; the heap counters give what a call
+// takes through operator new: the entry's PCC block and sample planes, plus
+// any scratch of the stages; hardware rows also count the copies the
+// colour-manager simulator keeps), with logging silenced so that no line is
+// formatted (silent_us), and as its floor: the maths-library calls one entry
+// call makes, on the same arguments, and nothing else (floor_us, and
+// forwarded_us through the binary's forwarding functions). Hardware rows also
+// time the host colour-manager simulator's share of a call (simulator_us),
+// which the report takes off: on a device the colour manager is the vendor's.
+// Each row runs on the built-in defaults and again on a version 2.0 tuning
+// file (the table curve, brightness and saturation sections on), which the
+// entry loads on its first tuned call and copies on every later one.
 #include <android/log.h>
 #include <benchmark/benchmark.h>
 #include <cutils/properties.h>
@@ -95,89 +99,80 @@ private:
     HdrPlaybackInfo info_ = {};
 };
 
-// How the entry's log lines are handled while it is timed.
-enum class Logging { kDiscarded, kSilenced };
-
-void BM_PlaybackEntry(benchmark::State& state, Logging logging, Tuning tuning, uint32_t blendSpace,
-                      uint8_t hw, std::vector<uint32_t> transfers, uint32_t contentClass) {
-    selectTuning(state, tuning);
-    EntryCall call(blendSpace, hw, transfers, contentClass);
-    __android_log_set_logger(discardLine);
-    if (logging == Logging::kSilenced) __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
-    krel::sim::Reset();
-    gHeapBytes = 0;
-    gHeapBlocks = 0;
-    int calls = 0;
-    for (auto _ : state) {
-        gCounting = true;
-        benchmark::DoNotOptimize(call.run());
-        gCounting = false;
-        if (++calls % kResetEvery == 0) {
-            state.PauseTiming();
-            krel::sim::Reset();
-            state.ResumeTiming();
-        }
+// What the host colour-manager simulator does in one hardware-row call:
+// acquire, Virtual PCC read, a 3D LUT push (it keeps a copy of every record)
+// and release.
+class SimulatorCall {
+public:
+    SimulatorCall() {
+        request_.record = record_.data();
+        std::memset(attributes_.panel_name, 0, sizeof(attributes_.panel_name));
     }
-    state.counters["heap_bytes_per_call"] =
-        benchmark::Counter(static_cast<double>(gHeapBytes), benchmark::Counter::kAvgIterations);
-    state.counters["heap_blocks_per_call"] =
-        benchmark::Counter(static_cast<double>(gHeapBlocks), benchmark::Counter::kAvgIterations);
-    __android_log_set_minimum_priority(ANDROID_LOG_DEFAULT);
-    __android_log_set_logger(__android_log_stderr_logger);
-}
+    void run() {
+        krel::ColorManager* manager =
+            krel::ColorManager::AcquireColorManager(krel::kPrimary, attributes_);
+        benchmark::DoNotOptimize(
+            manager->ColorIntfGetActiveColorParam(krel::sim::kFeatureVirtualPcc, 0, pcc_));
+        benchmark::DoNotOptimize(
+            manager->ColorIntfSetActiveColorParam(krel::sim::kFeature3dLut, 0, &request_));
+        krel::ColorManager::ReleaseColorManager(krel::kPrimary);
+    }
 
-void BM_PlaybackEntryFloor(benchmark::State& state, bool throughForwarders, Tuning tuning,
-                           uint32_t blendSpace, uint8_t hw, std::vector<uint32_t> transfers,
-                           uint32_t contentClass) {
-    selectTuning(state, tuning);
-    EntryCall call(blendSpace, hw, transfers, contentClass);
-    __android_log_set_logger(discardLine);
-    krel::sim::Reset();
-    const mathstrace::Trace trace = mathstrace::record([&call] { call.run(); });
-    krel::sim::Reset();
-    __android_log_set_logger(__android_log_stderr_logger);
-    timeFloor(state, trace, throughForwarders);
-}
-
-// What the host colour-manager simulator costs one hardware-row call, timed
-// alone: acquire, Virtual PCC read, a 3D LUT push (the simulator keeps a copy
-// of every record) and release, reset as often as the entry benchmark resets
-// it. The report takes it off the hardware rows, whose colour manager on a
-// device is the vendor's.
-void BM_ColorManagerSimulator(benchmark::State& state) {
-    static uint8_t record[krel::sim::kLutRecordBytes];
-    std::memset(record, 0, sizeof(record));
+private:
+    std::vector<uint8_t> record_ = std::vector<uint8_t>(krel::sim::kLutRecordBytes);
     struct {
         uint32_t one = 1, zero = 0;
         uint8_t* record;
         uint64_t tail = 0;
-    } request;
-    request.record = record;
-    uint8_t pcc[krel::sim::kPccPayloadBytes] = {};
-    krel::PPHWAttributes attributes;
-    std::memset(attributes.panel_name, 0, sizeof(attributes.panel_name));
+    } request_;
+    uint8_t pcc_[krel::sim::kPccPayloadBytes] = {};
+    krel::PPHWAttributes attributes_;
+};
+
+void BM_PlaybackEntry(benchmark::State& state, Tuning tuning, uint32_t blendSpace, uint8_t hw,
+                      std::vector<uint32_t> transfers, uint32_t contentClass) {
+    selectTuning(state, tuning);
+    EntryCall call(blendSpace, hw, transfers, contentClass);
+    SimulatorCall simulator;
+    __android_log_set_logger(discardLine);
     krel::sim::Reset();
+    const mathstrace::Trace trace = mathstrace::record([&call] { call.run(); });
+    krel::sim::Reset();
+    gHeapBytes = 0;
+    gHeapBlocks = 0;
+    std::vector<float> sink;
+    std::vector<TimedPiece> pieces = {
+        {"logged",
+         [&call] {
+             gCounting = true;
+             benchmark::DoNotOptimize(call.run());
+             gCounting = false;
+         }},
+        {"silent",
+         [&call] {
+             __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
+             benchmark::DoNotOptimize(call.run());
+             __android_log_set_minimum_priority(ANDROID_LOG_DEFAULT);
+         }},
+    };
+    for (TimedPiece& piece : floorPieces(trace, sink)) pieces.push_back(std::move(piece));
+    if (hw != 0) pieces.push_back({"simulator", [&simulator] { simulator.run(); }});
+    // The simulator's copies are dropped now and then, outside the timed pieces.
     int calls = 0;
-    for (auto _ : state) {
-        krel::ColorManager* manager =
-            krel::ColorManager::AcquireColorManager(krel::kPrimary, attributes);
-        benchmark::DoNotOptimize(
-            manager->ColorIntfGetActiveColorParam(krel::sim::kFeatureVirtualPcc, 0, pcc));
-        benchmark::DoNotOptimize(
-            manager->ColorIntfSetActiveColorParam(krel::sim::kFeature3dLut, 0, &request));
-        krel::ColorManager::ReleaseColorManager(krel::kPrimary);
-        if (++calls % kResetEvery == 0) {
-            state.PauseTiming();
-            krel::sim::Reset();
-            state.ResumeTiming();
-        }
-    }
+    pieces.push_back({"reset", [&calls] {
+                          if (++calls % kResetEvery == 0) krel::sim::Reset();
+                      }});
+    timeInTurn(state, pieces);
     krel::sim::Reset();
+    state.counters["heap_bytes_per_call"] =
+        benchmark::Counter(static_cast<double>(gHeapBytes), benchmark::Counter::kAvgIterations);
+    state.counters["heap_blocks_per_call"] =
+        benchmark::Counter(static_cast<double>(gHeapBlocks), benchmark::Counter::kAvgIterations);
+    state.counters["maths_calls"] = static_cast<double>(trace.calls());
+    __android_log_set_logger(__android_log_stderr_logger);
 }
 
 }  // namespace
-
-BENCHMARK(BM_ColorManagerSimulator)->Unit(benchmark::kMicrosecond);
 
 void* operator new(size_t size) { return countedAllocation(size); }
 void* operator new[](size_t size) { return countedAllocation(size); }
@@ -186,25 +181,15 @@ void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, size_t) noexcept { std::free(block); }
 void operator delete[](void* block, size_t) noexcept { std::free(block); }
 
-// Each decision row on each tuning: logged (discarded), silenced, its floor,
-// and the floor through the binary's forwarding maths functions. Rows on the
-// version 2.0 tuning carry the suffix "Tuned".
-#define HDRTM_ENTRY_CASES(name, tuning, ...)                                                    \
-    BENCHMARK_CAPTURE(BM_PlaybackEntry, name, Logging::kDiscarded, tuning, __VA_ARGS__)         \
-        ->MinTime(kMinSeconds)                                                                  \
-        ->Unit(benchmark::kMicrosecond);                                                        \
-    BENCHMARK_CAPTURE(BM_PlaybackEntry, name##Silent, Logging::kSilenced, tuning, __VA_ARGS__)  \
-        ->MinTime(kMinSeconds)                                                                  \
-        ->Unit(benchmark::kMicrosecond);                                                        \
-    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name, false, tuning, __VA_ARGS__)                  \
-        ->MinTime(kMinSeconds)                                                                  \
-        ->Unit(benchmark::kMicrosecond);                                                        \
-    BENCHMARK_CAPTURE(BM_PlaybackEntryFloor, name##Forwarded, true, tuning, __VA_ARGS__)        \
-        ->MinTime(kMinSeconds)                                                                  \
+// Each decision row on the defaults and, with the suffix "Tuned", on the
+// version 2.0 tuning.
+#define HDRTM_ENTRY_ROW(name, ...)                                                \
+    BENCHMARK_CAPTURE(BM_PlaybackEntry, name, Tuning::kDefaults, __VA_ARGS__)       \
+        ->MinTime(kMinSeconds)                                                    \
+        ->Unit(benchmark::kMicrosecond);                                          \
+    BENCHMARK_CAPTURE(BM_PlaybackEntry, name##Tuned, Tuning::kVersion2, __VA_ARGS__) \
+        ->MinTime(kMinSeconds)                                                    \
         ->Unit(benchmark::kMicrosecond)
-#define HDRTM_ENTRY_ROW(name, ...)                          \
-    HDRTM_ENTRY_CASES(name, Tuning::kDefaults, __VA_ARGS__); \
-    HDRTM_ENTRY_CASES(name##Tuned, Tuning::kVersion2, __VA_ARGS__)
 
 HDRTM_ENTRY_ROW(PqPerLayer, 1, 0, {16}, 0);
 HDRTM_ENTRY_ROW(PqHardware, 0, 1, {16}, 0);

@@ -181,7 +181,8 @@ void logCurveInverse(const LogCurve& c, float* values, uint32_t count) {
     for (uint32_t k = 1; k < last; ++k) {
         const float point = in[k];
         for (uint32_t j = 0; j < n; ++j) {
-            upper[j] = upper[j] == k && !(point >= values[j]) ? k + 1 : upper[j];
+            const bool movesOn = (upper[j] == k) & !(point >= values[j]);
+            upper[j] += movesOn;
         }
     }
     for (uint32_t j = 0; j < n; ++j) {
