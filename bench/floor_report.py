@@ -29,7 +29,7 @@ ENTRY_TARGET = 1.3
 def medians(binary, repetitions):
     """Benchmark name -> its counters' medians over the repetitions."""
     out = subprocess.run(
-        [binary, "--benchmark_filter=BM_Pipeline/|BM_PlaybackEntry/",
+        [binary, "--benchmark_filter=BM_Pipeline/|BM_PipelineStages/|BM_PlaybackEntry/",
          f"--benchmark_repetitions={repetitions}",
          "--benchmark_report_aggregates_only=true", "--benchmark_format=json"],
         check=True, capture_output=True, text=True).stdout
@@ -60,6 +60,20 @@ def entry_rows(m):
             off = b.get("simulator_us", 0.0)
             rows.append((name[len("BM_PlaybackEntry/"):], b["logged_us"] - off,
                          b["silent_us"] - off, b["forwarded_us"] - b["floor_us"], b["floor_us"]))
+    return rows
+
+
+STAGES = ["decode", "ootf", "core", "gamut", "pcc", "encode", "scale"]
+
+
+def stage_rows(m):
+    """(configuration, {stage: µs above its own maths calls})."""
+    rows = []
+    for name, b in m.items():
+        if name.startswith("BM_PipelineStages/"):
+            above = {stage: b[f"{stage}_us"] - b[f"{stage}_floor_us"]
+                     for stage in STAGES if f"{stage}_us" in b}
+            rows.append((name[len("BM_PipelineStages/"):], above))
     return rows
 
 
@@ -109,6 +123,22 @@ def main():
             _, t, s, w, f = rows[i]
             cells += [f"{t - w:.0f}", f"{s - w:.0f}", f"{f:.0f}",
                       ratio(t, w, f, ENTRY_TARGET), ratio(s, w, f, ENTRY_TARGET)]
+        print("| " + " | ".join(cells) + " |")
+    print()
+    print("Microseconds a call above the stage's own maths calls, stage by stage "
+          "(each stage timed in turn with its calls; ootf is the HLG system gamma, "
+          "encode the output encoding, PQ or HLG encode of the inverse pipelines).\n")
+    header = ["pipeline / configuration"]
+    for label in labels:
+        header += [f"{label} {stage}" for stage in STAGES]
+    print("| " + " | ".join(header) + " |")
+    print("|" + "---|" * len(header))
+    tables = [stage_rows(m) for _, m in builds]
+    for i, (config, _) in enumerate(tables[0]):
+        cells = [config]
+        for rows in tables:
+            above = rows[i][1]
+            cells += [f"{above[stage]:.1f}" if stage in above else "" for stage in STAGES]
         print("| " + " | ".join(cells) + " |")
     print()
     for label, m in builds:
