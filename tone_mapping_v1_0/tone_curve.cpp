@@ -76,9 +76,9 @@ struct PowerPiece {
 };
 
 // The curve in either direction over `count` values in place, block by block,
-// in two passes: the first finds each point's piece and works out everything
+// in three passes: the first finds each point's piece and works out everything
 // but the power, without a branch, so that it vectorises; the second makes the
-// toe and shoulder powers, in point order. Every value is the bits of its
+// toe and shoulder powers, in point order; the third, vectorised, adds them. Every value is the bits of its
 // piece's own formula (e - g p is e + (-g) p exactly). Everything comes in by
 // value, so the compiler sees it does not change while the scratch is
 // written. Always inlined, so that it is built for every variant of its
@@ -115,7 +115,10 @@ template <typename Line, typename ToeBase, typename ShoulderBase>
             needsPower[j] = inToe | inShoulder;
         }
         for (uint32_t j = 0; j < n; ++j) {
-            if (needsPower[j]) x[j] = x[j] + gain[j] * powf(base[j], exponent[j]);
+            if (needsPower[j]) base[j] = powf(base[j], exponent[j]);
+        }
+        for (uint32_t j = 0; j < n; ++j) {
+            x[j] = needsPower[j] ? x[j] + gain[j] * base[j] : x[j];
         }
     }
 }

@@ -127,8 +127,10 @@ constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope,
                                            kBt709Gain, kBt709Offset};
 
 // Block by block: a vectorised pass decides each sample's segment and works
-// out the linear ones, then the powers run in a loop of their own, in sample
-// order. Always inlined, so that it is built for every variant of its callers.
+// out the linear ones, the powers run in a loop of their own, in sample
+// order, and a vectorised pass applies the power segment's gain and offset,
+// so that nothing waits on a power inside the call loop. Always inlined, so
+// that it is built for every variant of its callers.
 [[gnu::always_inline]] inline void encodeSegmentedSamples(float* samples, unsigned int count,
                                                           SegmentedPower curve) {
     uint32_t onPower[kCallBlock];
@@ -142,7 +144,10 @@ constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope,
             s[j] = linear ? x * curve.linearSlope : x;
         }
         for (unsigned int j = 0; j < n; ++j) {
-            if (onPower[j]) s[j] = powf(s[j], curve.exponent) * curve.gain + curve.offset;
+            if (onPower[j]) s[j] = powf(s[j], curve.exponent);
+        }
+        for (unsigned int j = 0; j < n; ++j) {
+            s[j] = onPower[j] ? s[j] * curve.gain + curve.offset : s[j];
         }
     }
 }
@@ -192,8 +197,8 @@ void bt709EncodeSamples(float* samples, unsigned int count) {
 
 // Square root up to and including the knee, logarithm above it (NaN too).
 // Block by block: a vectorised pass takes every root and leaves a sample above
-// the knee holding its log's argument, then the logs run in a loop of their
-// own, in sample order.
+// the knee holding its log's argument, the logs run in a loop of their own,
+// in sample order, and a vectorised pass scales and offsets them.
 HDRTM_VECTOR_CLONES
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
     uint32_t aboveKnee[kCallBlock];
@@ -207,8 +212,9 @@ void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
             s[j] = root ? sqrtf(x) * kHlgRootScale : x + kHlgMinusB;
         }
         for (unsigned int j = 0; j < n; ++j) {
-            if (aboveKnee[j]) s[j] = logf(s[j]) * kHlgA + kHlgC;
+            if (aboveKnee[j]) s[j] = logf(s[j]);
         }
+        for (unsigned int j = 0; j < n; ++j) s[j] = aboveKnee[j] ? s[j] * kHlgA + kHlgC : s[j];
     }
 }
 
