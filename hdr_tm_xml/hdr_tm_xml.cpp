@@ -30,9 +30,12 @@ std::map<std::string, T> HDRXml::InitMap(const std::string& name, T value) {
     names[name] = value;
     return names;
 }
-template std::map<std::string, HDR_COLOR_SPACE> HDRXml::InitMap(const std::string&, HDR_COLOR_SPACE);
-template std::map<std::string, OUTPUT_GAMMA_SPACE> HDRXml::InitMap(const std::string&,
-                                                                   OUTPUT_GAMMA_SPACE);
+// Exported instantiations; clang gives them the class's visibility only when
+// they say so themselves.
+template HDRTM_EXPORT std::map<std::string, HDR_COLOR_SPACE> HDRXml::InitMap(const std::string&,
+                                                                             HDR_COLOR_SPACE);
+template HDRTM_EXPORT std::map<std::string, OUTPUT_GAMMA_SPACE> HDRXml::InitMap(
+    const std::string&, OUTPUT_GAMMA_SPACE);
 
 namespace {
 

@@ -352,9 +352,8 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     const float slope = params->slope;
     // The straight segment maps the pivot to itself unless LinearBoost, as a
     // gain floor, is larger.
-    float intercept = log10f(params->pivot) * (1.0f - slope);
-    const float boostIntercept = log10f(params->LinearBoost);
-    if (!(boostIntercept < intercept)) intercept = boostIntercept;
+    const float pivotIntercept = log10f(params->pivot) * (1.0f - slope);
+    const float intercept = maxOf(log10f(params->LinearBoost), pivotIntercept);
     // Shoulder: enableM 0 fixes xMax at the clipping luminance and the curve
     // derives k. Any other value sets k = sharp and derives xMax here, as the
     // curve's given-exponent mode does; the curve is handed both with enableM

@@ -169,7 +169,9 @@ std::array<float, 3> lookUp(const CubeTable& t, const std::array<float, 3>& rgb)
     const auto [g, fg] = locate(t.positions, rgb[1]);
     const auto [b, fb] = locate(t.positions, rgb[2]);
     const int n = t.size;
-    const auto at = [&](int dr, int dg, int db) -> const std::array<float, 3>& {
+    // Captured by value: clang 14 cannot capture structured bindings.
+    const auto at = [&t, n, r = r, g = g, b = b](int dr, int dg,
+                                                  int db) -> const std::array<float, 3>& {
         return t.values[((b + db) * n + (g + dg)) * n + (r + dr)];
     };
     // Tetrahedral interpolation, as display hardware does: walk from the
