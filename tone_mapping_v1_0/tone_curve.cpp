@@ -117,8 +117,11 @@ template <typename Line, typename ToeBase, typename ShoulderBase>
         for (uint32_t j = 0; j < n; ++j) {
             if (needsPower[j]) base[j] = powf(base[j], exponent[j]);
         }
+        // The sum is formed for every point and kept where there is a power.
+        HDRTM_INDEPENDENT_POINTS
         for (uint32_t j = 0; j < n; ++j) {
-            x[j] = needsPower[j] ? x[j] + gain[j] * base[j] : x[j];
+            const float withPower = x[j] + gain[j] * base[j];
+            x[j] = needsPower[j] ? withPower : x[j];
         }
     }
 }
@@ -275,7 +278,11 @@ namespace {
         for (uint32_t j = 0; j < n; ++j) {
             if (inRange[j]) position[j] = powf(position[j], exponent);
         }
-        for (uint32_t j = 0; j < n; ++j) y[j] = inRange[j] ? lo + range * position[j] : y[j];
+        HDRTM_INDEPENDENT_POINTS
+        for (uint32_t j = 0; j < n; ++j) {
+            const float bent = lo + range * position[j];
+            y[j] = inRange[j] ? bent : y[j];
+        }
     }
 }
 
