@@ -13,10 +13,6 @@
 
 namespace {
 
-// Long enough for a mean over a few hundred calls a repetition, short enough
-// that the whole set runs in well under a minute.
-constexpr double kMinSeconds = 0.1;
-
 void runPipelineAndFloor(benchmark::State& state, const PipelineConfig& c) {
     PipelineSetup setup(c);
     BenchPlanes planes;
@@ -29,14 +25,6 @@ void runPipelineAndFloor(benchmark::State& state, const PipelineConfig& c) {
     state.counters["maths_calls"] = static_cast<double>(trace.calls());
 }
 
-const bool kRegistered = [] {
-    for (const PipelineConfig& c : pipelineConfigs()) {
-        benchmark::RegisterBenchmark(("BM_Pipeline/" + c.name()).c_str(),
-                                     [c](benchmark::State& s) { runPipelineAndFloor(s, c); })
-            ->MinTime(kMinSeconds)
-            ->Unit(benchmark::kMicrosecond);
-    }
-    return true;
-}();
+const bool kRegistered = (registerForEveryConfig("Pipeline", runPipelineAndFloor), true);
 
 }  // namespace

@@ -3,6 +3,8 @@
 // they cover.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstring>
 #include <string>
 #include <vector>
@@ -85,74 +87,65 @@ struct PipelineSetup {
 // runs no tone curve at all).
 inline std::vector<PipelineConfig> pipelineConfigs() {
     std::vector<PipelineConfig> configs;
+    auto add = [&configs](PipelineConfig c, auto change) {
+        change(c);
+        configs.push_back(c);
+    };
+    auto tableBrightSat = [](PipelineConfig& c) { c.tableCurve = c.brightness = c.saturation = true; };
     const PipelineConfig forward[] = {{"PqForward", lut3d_process, 0, true},
                                       {"HlgForward", HLG_lut3d_process, 0, true}};
     for (const PipelineConfig& base : forward) {
         configs.push_back(base);
         for (OUTPUT_GAMMA_SPACE gamma : {GAMMA_LINEAR, GAMMA_SRGB, GAMMA_BT709, GAMMA_CUSTOM}) {
-            PipelineConfig c = base;
-            c.outputGamma = gamma;
-            configs.push_back(c);
+            add(base, [gamma](PipelineConfig& c) { c.outputGamma = gamma; });
         }
-        PipelineConfig c = base;
-        c.tableCurve = true;
-        configs.push_back(c);
-        c = base;
-        c.brightness = true;
-        configs.push_back(c);
-        c = base;
-        c.saturation = true;
-        configs.push_back(c);
-        for (uint8_t gamut : {0, 1}) {
-            c = base;
-            c.gamutMode = gamut;
-            configs.push_back(c);
-        }
-        c = base;
-        c.pcc = false;
-        configs.push_back(c);
-        c = base;
-        c.outBitDepth = 10;
-        configs.push_back(c);
+        add(base, [](PipelineConfig& c) { c.tableCurve = true; });
+        add(base, [](PipelineConfig& c) { c.brightness = true; });
+        add(base, [](PipelineConfig& c) { c.saturation = true; });
+        for (uint8_t gamut : {0, 1}) add(base, [gamut](PipelineConfig& c) { c.gamutMode = gamut; });
+        add(base, [](PipelineConfig& c) { c.pcc = false; });
+        add(base, [](PipelineConfig& c) { c.outBitDepth = 10; });
         for (OUTPUT_GAMMA_SPACE gamma :
              {GAMMA_LINEAR, GAMMA_2P2, GAMMA_SRGB, GAMMA_BT709, GAMMA_CUSTOM}) {
-            c = base;
-            c.outputGamma = gamma;
-            c.tableCurve = c.brightness = c.saturation = true;
-            configs.push_back(c);
+            add(base, [&](PipelineConfig& c) {
+                tableBrightSat(c);
+                c.outputGamma = gamma;
+            });
         }
-        c.outputGamma = GAMMA_2P2;
-        c.pcc = false;
-        c.outBitDepth = 10;
-        configs.push_back(c);
+        // The per-layer row of a version 2.0 tuning.
+        add(base, [&](PipelineConfig& c) {
+            tableBrightSat(c);
+            c.pcc = false;
+            c.outBitDepth = 10;
+        });
     }
     for (PipelineConfig base : {PipelineConfig{"SdrToPq", inverse_lut3d_process, 0, false},
-                                PipelineConfig{"SdrToHlg", HLG_inverse_lut3d_process, 0, false}}) {
+                                PipelineConfig{"SdrToHlg", HLG_inverse_lut3d_process, 0, false},
+                                PipelineConfig{"HlgToPq", inverse_lut3d_process, 1, false}}) {
         base.gamutMode = 0;
         base.pcc = false;
         base.outBitDepth = 10;
         configs.push_back(base);
-        PipelineConfig c = base;
-        c.tableCurve = true;
-        configs.push_back(c);
-        c = base;
-        c.brightness = true;
-        configs.push_back(c);
-        c = base;
-        c.saturation = true;
-        configs.push_back(c);
-        c.tableCurve = c.brightness = true;
-        configs.push_back(c);
-        c = base;
-        c.outBitDepth = 12;
-        configs.push_back(c);
+        add(base, [](PipelineConfig& c) { c.outBitDepth = 12; });
+        if (base.inverseBt2020Luma != 0) continue;  // no tone curve on this path
+        add(base, [](PipelineConfig& c) { c.tableCurve = true; });
+        add(base, [](PipelineConfig& c) { c.brightness = true; });
+        add(base, [](PipelineConfig& c) { c.saturation = true; });
+        add(base, tableBrightSat);
     }
-    PipelineConfig hlgToPq{"HlgToPq", inverse_lut3d_process, 1, false};
-    hlgToPq.gamutMode = 0;
-    hlgToPq.pcc = false;
-    hlgToPq.outBitDepth = 10;
-    configs.push_back(hlgToPq);
-    hlgToPq.outBitDepth = 12;
-    configs.push_back(hlgToPq);
     return configs;
+}
+
+// Registers BM_<family>/<config> for every configuration, run by `run`.
+inline void registerForEveryConfig(const std::string& family,
+                                   void (*run)(benchmark::State&, const PipelineConfig&)) {
+    // Long enough for a mean over a few hundred calls a repetition, short
+    // enough that every family runs in well under a minute.
+    constexpr double kMinSeconds = 0.1;
+    for (const PipelineConfig& c : pipelineConfigs()) {
+        benchmark::RegisterBenchmark(("BM_" + family + "/" + c.name()).c_str(),
+                                     [c, run](benchmark::State& s) { run(s, c); })
+            ->MinTime(kMinSeconds)
+            ->Unit(benchmark::kMicrosecond);
+    }
 }

@@ -24,7 +24,6 @@
 
 namespace {
 
-constexpr double kMinSeconds = 0.1;
 constexpr unsigned int kCount = BenchPlanes::kCount;
 // The inverse pipelines always sample the uniform grid, set 1.
 constexpr uint32_t kUniformGridSet = 1;
@@ -138,14 +137,6 @@ void runStages(benchmark::State& state, const PipelineConfig& c) {
     timeInTurn(state, pieces);
 }
 
-const bool kRegistered = [] {
-    for (const PipelineConfig& c : pipelineConfigs()) {
-        benchmark::RegisterBenchmark(("BM_PipelineStages/" + c.name()).c_str(),
-                                     [c](benchmark::State& s) { runStages(s, c); })
-            ->MinTime(kMinSeconds)
-            ->Unit(benchmark::kMicrosecond);
-    }
-    return true;
-}();
+const bool kRegistered = (registerForEveryConfig("PipelineStages", runStages), true);
 
 }  // namespace
