@@ -19,14 +19,15 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   binutils
   clang-14 libclang-rt-14-dev valgrind
-  libcli11-dev nlohmann-json3-dev libpng-dev python3-pyopencolorio
+  libcli11-dev nlohmann-json3-dev python3-pyopencolorio
+  libcairo2-dev fonts-dejavu-core
 )
 if [ "$arm64" = 1 ]; then
   packages+=(
     g++-aarch64-linux-gnu binutils-aarch64-linux-gnu qemu-user-static
     libtinyxml2-dev:arm64 android-liblog-dev:arm64
     libgtest-dev:arm64 libgmock-dev:arm64
-    libpng-dev:arm64
+    libcairo2-dev:arm64
   )
 fi
 

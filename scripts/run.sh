@@ -1,14 +1,22 @@
 #!/usr/bin/env bash
-# The main job: builds libhdr_tm and its hdrtm tool, then runs `hdrtm demo`,
-# which calls the library's entry as a display service would (built-in
-# defaults, a representative set of layer configurations, the colour-manager
-# simulator) and writes every LUT it gets as a .cube file with a preview PNG,
-# plus a tone-curve plot, into build/demo; it prints a summary table.
+# The main job: builds libhdr_tm and its hdrtm tool, installs them into
+# build/install (library, headers, pkg-config file, CMake package, hdrtm),
+# then runs the installed `hdrtm demo`, which calls the library's entry as a
+# display service would (built-in defaults, a representative set of layer
+# configurations, the colour-manager simulator) and writes every LUT it gets
+# as a .cube file with a preview PNG, plus a tone-curve plot, into build/demo;
+# it prints a summary table.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 
+prefix="$(pwd)/build/install"
 cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DHDRTM_BUILD_TESTS=OFF
-cmake --build build/release -j"$(nproc)" --target hdrtm
-build/release/tools/hdrtm demo -o build/demo
+cmake --build build/release -j"$(nproc)"
+cmake --install build/release --prefix "$prefix"
+# build/demo belongs to this script: start it afresh (hdrtm refuses to mix
+# its files with others it did not write).
+rm -rf build/demo
+"$prefix/bin/hdrtm" demo -o build/demo
 echo "The .cube files, previews and tone curve are in $(pwd)/build/demo"
+echo "hdrtm is installed as $prefix/bin/hdrtm; add $prefix/bin to PATH to call it as hdrtm."

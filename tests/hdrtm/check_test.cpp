@@ -14,53 +14,77 @@ using namespace hdrtm::tool;
 
 std::string dataFile(const std::string& name) { return std::string(HDRTM_CHECK_DATA_DIR) + "/" + name; }
 
-// A diagnostic the checker must give: its file, line, severity and part of its message.
-struct Rule { const char* file; int line; Severity severity; const char* text; };
+// A diagnostic the checker must give: its file, line, severity, rule code and part of its message.
+struct Rule { const char* file; int line; Severity severity; const char* code; const char* text; };
 
 using enum Severity;
 
 const Rule kRules[] = {
-    {"root_only.xml", 2, kWarning, "<output_gamma_space> is missing: falls back to space 2p2"},
-    {"root_only.xml", 2, kWarning, "<bright> is missing: falls back to enable 0, tlower 0.05"},
-    {"root_only.xml", 2, kWarning, "<tone_map> is missing: falls back to the built-in"},
-    {"not_a_number.xml", 3, kError, "\"dark\" is not a number: falls back to 0.001"},
-    {"not_a_number.xml", 4, kError, "\"bright\" is not an integer: falls back to 800"},
-    {"lenient_number.xml", 3, kError, "\"600.5\" is read as the integer 600"},
-    {"lenient_number.xml", 4, kError, "\"1000nits\" is read as 1000"},
-    {"unknown_name.xml", 3, kError, "\"dcip3\" is not one of sRGB, BT709, ADOBE, DCIP3, BT2020"},
-    {"unknown_name.xml", 3, kError, "did you mean \"DCIP3\"?"},
-    {"unknown_name.xml", 4, kError, "\"gamma22\" is not one of linear"},
-    {"empty_name.xml", 3, kWarning, "<panel_color_mode> is empty: falls back to sRGB"},
-    {"unknown_element.xml", 3, kWarning, "did you mean \"panel_max_luminance\"?"},
-    {"unknown_element.xml", 4, kWarning, "unknown element <enabel> in <bright>"},
-    {"unknown_element.xml", 5, kWarning, "unknown element <backlight>"},
-    {"repeated_element.xml", 4, kWarning, "only the first (line 3) counts"},
-    {"truncated.xml", 4, kError, "256 does not fit in 8 bits: the loader stores 0"},
-    {"switch_value.xml", 3, kWarning, "2 is neither 0 nor 1"},
-    {"not_positive.xml", 3, kError, "-0.1 must not be negative"},
-    {"not_positive.xml", 4, kError, "<t0> 0 must be above 0"},
-    {"black_above_peak.xml", 4, kError, "black level 600 nits is not below the panel peak"},
-    {"version_not_exact.xml", 2, kWarning, "version \"2.00\" is not exactly \"2.0\""},
-    {"pcc_partial.xml", 3, kWarning, "has no row <b>: all its coefficients are 0"},
-    {"pcc_partial.xml", 4, kWarning, "<panel_pcc><r> is partial and its fallbacks are not an identity (g 1)"},
-    {"points_out_of_range.xml", 5, kError, "x[16] = 1100 is outside the 10-bit codes"},
-    {"points_not_rising.xml", 5, kError, "x[10] = 500 does not rise above 513"},
-    {"y_falling.xml", 6, kError, "y[10] = 500 falls below 528"},
-    {"points_too_few.xml", 4, kError, "16 <x> values; the format needs 17"},
-    {"points_too_many.xml", 4, kError, "25 <x> values: more than the table's 24 slots"},
-    {"points_extra.xml", 4, kWarning, "20 <x> values: only the first 17 are stored"},
-    {"points_extra_v2.xml", 4, kError, "the table curve reads empty slots"},
-    {"points_missing.xml", 3, kError, "<tone_map> has no <points>"},
-    {"malformed.xml", 4, kError, "not well-formed XML (mismatched element"},
-    {"wrong_root.xml", 2, kError, "the root element is <hdr_tuning>, not <hdr_lib>"}};
+    {"root_only.xml", 2, kNote, "missing", "<output_gamma_space> is missing: falls back to space 2p2"},
+    {"root_only.xml", 2, kNote, "missing", "<bright> is missing: falls back to enable 0, tlower 0.05"},
+    {"root_only.xml", 2, kNote, "missing", "<tone_map> is missing: falls back to the built-in"},
+    {"not_a_number.xml", 3, kError, "not-a-number", "\"dark\" is not a number: falls back to 0.001"},
+    {"not_a_number.xml", 4, kError, "not-a-number", "\"bright\" is not an integer: falls back to 800"},
+    {"lenient_number.xml", 3, kError, "trailing-text", "\"600.5\" is read as the integer 600"},
+    {"lenient_number.xml", 4, kError, "trailing-text", "\"1000nits\" is read as 1000"},
+    {"unknown_name.xml", 3, kError, "unknown-name",
+     "\"dcip3\" is not one of sRGB, BT709, ADOBE, DCIP3, BT2020"},
+    {"unknown_name.xml", 3, kError, "unknown-name", "did you mean \"DCIP3\"?"},
+    {"unknown_name.xml", 4, kError, "unknown-name", "\"gamma22\" is not one of linear"},
+    {"empty_name.xml", 3, kWarning, "empty", "<panel_color_mode> is empty: falls back to sRGB"},
+    // A near miss is a typo whose setting keeps its fallback; a name like no other may be a comment.
+    {"unknown_element.xml", 3, kError, "unknown-element", "did you mean \"panel_max_luminance\"?"},
+    {"unknown_element.xml", 4, kError, "unknown-element", "unknown element <enabel> in <bright>"},
+    {"unknown_element.xml", 5, kWarning, "unknown-element", "unknown element <backlight>"},
+    {"repeated_element.xml", 4, kError, "repeated-element", "only the first (line 3) counts"},
+    {"truncated.xml", 4, kError, "truncated", "256 does not fit in 8 bits: the loader stores 0"},
+    {"switch_value.xml", 3, kWarning, "switch-value", "2 is neither 0 nor 1"},
+    {"not_positive.xml", 3, kError, "out-of-range", "-0.1 must not be negative"},
+    {"not_positive.xml", 4, kError, "out-of-range", "<t0> 0 must be above 0"},
+    {"black_above_peak.xml", 4, kError, "black-above-peak",
+     "black level 600 nits is not below the panel peak"},
+    {"version_not_exact.xml", 2, kWarning, "version", "version \"2.00\" is not exactly \"2.0\""},
+    {"version_drops_table.xml", 3, kError, "version", "so the <tone_map> table is not used"},
+    {"pcc_partial.xml", 3, kWarning, "pcc-row-missing", "has no row <b>: all its coefficients are 0"},
+    {"pcc_partial.xml", 4, kWarning, "pcc-partial",
+     "<panel_pcc><r> is partial and its fallbacks are not an identity (g 1)"},
+    {"points_out_of_range.xml", 5, kError, "point-out-of-range",
+     "x[16] = 1100 is outside the 10-bit codes"},
+    {"points_not_rising.xml", 5, kError, "points-not-rising", "x[10] = 500 does not rise above 513"},
+    {"y_falling.xml", 6, kError, "points-not-rising", "y[10] = 500 falls below 528"},
+    {"points_too_few.xml", 4, kError, "points-too-few", "16 <x> values; the format needs 17"},
+    {"points_too_many.xml", 4, kError, "points-too-many", "25 <x> values: more than the table's 24 slots"},
+    {"points_extra.xml", 4, kWarning, "points-extra", "20 <x> values: only the first 17 are stored"},
+    {"points_extra_v2.xml", 4, kError, "points-extra", "the table curve reads empty slots"},
+    {"points_missing.xml", 3, kError, "points-missing", "<tone_map> has no <points>"},
+    {"malformed.xml", 4, kError, "not-xml", "not well-formed XML (mismatched element"},
+    {"wrong_root.xml", 2, kError, "wrong-root", "the root element is <hdr_tuning>, not <hdr_lib>"}};
 
-TEST(Checker, ReportsEveryRuleAtItsLine) {
+TEST(Checker, ReportsEveryRuleAtItsLineWithItsSeverity) {
     for (const Rule& rule : kRules) {
         const CheckResult result = checkTuningFile(dataFile(rule.file));
-        EXPECT_TRUE(std::any_of(result.diagnostics.begin(), result.diagnostics.end(), [&](const Diagnostic& d) {
-            return d.line == rule.line && d.severity == rule.severity && d.message.find(rule.text) != std::string::npos;
-        })) << rule.file << ": no diagnostic \"" << rule.text << "\" at line " << rule.line;
+        EXPECT_TRUE(std::any_of(result.diagnostics.begin(), result.diagnostics.end(),
+                                [&](const Diagnostic& d) {
+                                    return d.line == rule.line && d.severity == rule.severity &&
+                                           d.code == rule.code &&
+                                           d.message.find(rule.text) != std::string::npos;
+                                }))
+            << rule.file << ": no " << severityName(rule.severity) << " " << rule.code << " \"" << rule.text
+            << "\" at line " << rule.line;
     }
+}
+
+TEST(Checker, DiagnosticsCarryTheColumnAndTheValueTheLoaderStores) {
+    const CheckResult result = checkTuningFile(dataFile("truncated.xml"));
+    const auto it =
+        std::find_if(result.diagnostics.begin(), result.diagnostics.end(),
+                     [](const Diagnostic& d) { return d.line == 3; });  // <panel_max_luminance>70000
+    ASSERT_NE(it, result.diagnostics.end());
+    const Diagnostic& d = *it;
+    EXPECT_EQ(d.code, "truncated");
+    EXPECT_EQ(d.stored, "4464");
+    EXPECT_EQ(d.column, 5);
+    EXPECT_EQ(formatDiagnostic("f.xml", d).rfind("f.xml:3:5: error: ", 0), 0u);
 }
 
 TEST(Checker, FindsNothingInACompleteValidFile) {

@@ -1,15 +1,56 @@
-# Runs TOOL with ARGS ("|"-separated) in WORKDIR and checks its exit status is
-# STATUS and, when PATTERN is set, that its output (stdout and stderr) matches.
+# Runs TOOL with ARGS ("|"-separated; "&&" separates runs, of which all but
+# the last must succeed) in WORKDIR and checks the last run's exit status is
+# STATUS and its output (stdout and stderr) matches PATTERN and not REJECT,
+# when set. FILES are created (empty) first; EXISTS and MISSING are checked
+# after.
 string(REPLACE "|" ";" arguments "${ARGS}")
+string(REPLACE "|" ";" files "${FILES}")
+string(REPLACE "|" ";" present "${EXISTS}")
+string(REPLACE "|" ";" absent "${MISSING}")
 file(REMOVE_RECURSE ${WORKDIR})
 file(MAKE_DIRECTORY ${WORKDIR})
-execute_process(COMMAND ${EMULATOR} ${TOOL} ${arguments}
-  WORKING_DIRECTORY ${WORKDIR}
-  RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
-message("${out}${err}")
+foreach(f ${files})
+  get_filename_component(folder ${WORKDIR}/${f} DIRECTORY)
+  file(MAKE_DIRECTORY ${folder})
+  file(TOUCH ${WORKDIR}/${f})
+endforeach()
+
+set(run "")
+list(APPEND arguments "&&")
+foreach(argument ${arguments})
+  if(NOT argument STREQUAL "&&")
+    list(APPEND run "${argument}")
+    continue()
+  endif()
+  execute_process(COMMAND ${EMULATOR} ${TOOL} ${run}
+    WORKING_DIRECTORY ${WORKDIR}
+    RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  message("$ hdrtm ${run}\n${out}${err}")
+  set(run "")
+  list(APPEND statuses ${result})
+endforeach()
+list(POP_BACK statuses)
+foreach(s ${statuses})
+  if(NOT s EQUAL 0)
+    message(FATAL_ERROR "an earlier run failed with exit status ${s}")
+  endif()
+endforeach()
 if(NOT "${result}" STREQUAL "${STATUS}")
   message(FATAL_ERROR "exit status ${result}, expected ${STATUS}")
 endif()
 if(PATTERN AND NOT "${out}${err}" MATCHES "${PATTERN}")
   message(FATAL_ERROR "output does not match: ${PATTERN}")
 endif()
+if(REJECT AND "${out}${err}" MATCHES "${REJECT}")
+  message(FATAL_ERROR "output matches what it must not: ${REJECT}")
+endif()
+foreach(f ${present})
+  if(NOT EXISTS ${WORKDIR}/${f})
+    message(FATAL_ERROR "${f} is missing")
+  endif()
+endforeach()
+foreach(f ${absent})
+  if(EXISTS ${WORKDIR}/${f})
+    message(FATAL_ERROR "${f} should not be there")
+  endif()
+endforeach()

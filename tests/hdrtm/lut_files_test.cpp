@@ -1,12 +1,16 @@
 // .cube files, grid files, previews and plots: what the tool writes reads
 // back as the LUT it came from.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 #include "cube_file.h"
+#include "output_files.h"
 #include "preview.h"
 #include "tm_params.h"
 #include "tone_curve_plot.h"
@@ -26,7 +30,8 @@ class LutFiles : public ::testing::Test {
 protected:
     void SetUp() override {
         dir_ = fs::temp_directory_path() /
-               ("hdrtm_lut_files_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+               ("hdrtm_lut_files_" +
+                std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
         fs::create_directories(dir_);
         // A 12-bit LUT whose codes identify their grid point and channel.
         lut_.bitDepth = 12;
@@ -49,7 +54,8 @@ TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximumWithItsGridAndBadOnesAre
     const CubeTable t = readCube(path.string());
     ASSERT_EQ(t.size, kLutSize);
     for (int i = 0; i < kLutEntries; ++i)
-        for (int c = 0; c < 3; ++c) ASSERT_NEAR(t.values[i][c], lut_.codes[i][c] / 4095.0, 1e-6) << "entry " << i;
+        for (int c = 0; c < 3; ++c)
+            ASSERT_NEAR(t.values[i][c], lut_.codes[i][c] / 4095.0, 1e-6) << "entry " << i;
     // The grid comment restores the true sample positions: 64i/1023, not i/16.
     EXPECT_FLOAT_EQ(t.positions[15], 960.0f / 1023.0f);
     EXPECT_FLOAT_EQ(t.positions[16], 1.0f);
@@ -57,8 +63,9 @@ TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximumWithItsGridAndBadOnesAre
     lut_.grid = kNonUniformGrid;
     lut_.uniformGrid = false;
     writeCube((dir_ / "h.cube").string(), lut_, "t", {});
-    writeGridPositions((dir_ / "h.grid.txt").string(), "h.cube", lut_,
-                       {0, 248, 492, 741, 1017, 1233, 1546, 1806, 1930, 2054, 2178, 2302, 2426, 2550, 2675, 3696, 4096});
+    writeGridPositions(
+        (dir_ / "h.grid.txt").string(), "h.cube", lut_,
+        {0, 248, 492, 741, 1017, 1233, 1546, 1806, 1930, 2054, 2178, 2302, 2426, 2550, 2675, 3696, 4096});
     const std::string grid = readAll(dir_ / "h.grid.txt");
     EXPECT_NE(grid.find(" 1    62 0.060606 248\n"), std::string::npos);
     EXPECT_NE(grid.find("16  1023 1.000000 4096\n"), std::string::npos);
@@ -107,10 +114,49 @@ TEST(Preview, LookUpReproducesAnIdentityOnEitherGridKeepsGreysOnTheAxisAndRender
     }
     for (float x = 0.0f; x <= 1.0f; x += 0.01f)
         for (float v : lookUp(t, {x, x, x})) EXPECT_NEAR(v, x, 1e-6);
-    const Image image = renderPreview(identityTable(kUniformGrid), "t", 64);  // both sides, ten bands
-    EXPECT_GT(image.width, 2 * 64);
-    EXPECT_GT(image.height, 10 * 26);
-    EXPECT_EQ(image.pixels.size(), static_cast<size_t>(image.width) * image.height * 3);
+    // Through an identity LUT to the panel the grey ramp rises from black to white.
+    const std::unique_ptr<Raster> image = renderPreview(identityTable(kUniformGrid), "t", 64);
+    const int left = image->width() - 2 * 64 - 16 - 10;
+    int y = 0;
+    while (y < image->height() && image->pixel(left + 63, y)[1] < 250) ++y;
+    ASSERT_LT(y, image->height()) << "no white end of the grey ramp";
+    for (int x = left + 1; x < left + 64; ++x)
+        EXPECT_GE(image->pixel(x, y)[1], image->pixel(x - 1, y)[1]) << x;
+    EXPECT_EQ(encodePng(*image).substr(1, 3), "PNG");
+    // The panel's peak (500 nits) is marked on a PQ ramp, not on an SDR one, whose white is 100 nits.
+    const auto hasPeakMarker = [](const Raster& r) {
+        for (int row = 0; row < r.height(); ++row)
+            for (int col = 0; col < r.width(); ++col)
+                if (r.pixel(col, row) == kPeakMarkerColour) return true;
+        return false;
+    };
+    EXPECT_TRUE(hasPeakMarker(*image));
+    CubeTable sdr = identityTable(kUniformGrid);
+    sdr.input = Signal::kSdr;
+    EXPECT_FALSE(hasPeakMarker(*renderPreview(sdr, "t", 64)));
+}
+
+TEST_F(LutFiles, AFailedWriteLeavesTheOldFileAndNoTemporary) {
+    const fs::path path = dir_ / "a.cube";
+    writeFileAtomically(path.string(), "old");
+    // A file-size limit makes the write fail part-way, as a full disk does.
+    struct rlimit saved;
+    getrlimit(RLIMIT_FSIZE, &saved);
+    struct rlimit small = saved;
+    small.rlim_cur = 1000;
+    std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    std::string what;
+    try {
+        writeFileAtomically(path.string(), std::string(5000, 'x'));
+    } catch (const std::runtime_error& e) {
+        what = e.what();
+    }
+    setrlimit(RLIMIT_FSIZE, &saved);
+    EXPECT_EQ(what, "cannot write " + path.string() + ": File too large");
+    EXPECT_EQ(readAll(path), "old");
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()), 1);
+    EXPECT_THROW(writeFileAtomically((dir_ / "no" / "a.cube").string(), "x"), std::runtime_error);
 }
 
 TEST_F(LutFiles, CurvePlotRisesFromBlackToPeakTableFormAddsItsPointsWrittenAsSvgOrPng) {

@@ -39,8 +39,16 @@ TEST(LayerConfigs, ParseNamesKeysAndCodesAndRejectTheRestWithTheReason) {
     EXPECT_EQ(fields(), std::tuple(1u, 1u, 2u, 0u, false, 0u));
     ASSERT_TRUE(parseLayerConfig("14,class=2,primaries=p3", &s, &error));
     EXPECT_EQ(fields(), std::tuple(14u, 12u, 2u, 0u, false, 0u));
-    for (const auto& [text, reason] : {std::pair{"", ""}, {"dolby", "pq, hlg, sdr"}, {"pq,master=999999999", ""},
-                                       {"pq,master=-5", "master needs a whole number"}, {"pq,peak=1000", "unknown key \"peak\""}}) {
+    for (const auto& [text, reason] :
+         {std::pair{"", "give pq, hlg, sdr"},
+          {"dolby", "pq, hlg, sdr or an H.273 transfer code 0..255"},
+          {"pq,master=10001", "master must be a whole number of nits, 0..10000"},
+          {"pq,master=-5", "not \"-5\""},
+          {"pq,cll=1e3", "cll must be"},
+          {"pq,primaries=rec2020", "bt2020, bt709, p3 or an H.273 code 0..255"},
+          {"hlg,class=99", "class must be 0..2"},
+          {"pq,master=1000,master=4000", "master is given twice"},
+          {"pq,peak=1000", "unknown key \"peak\""}}) {
         EXPECT_FALSE(parseLayerConfig(text, &s, &error)) << text;
         EXPECT_NE(error.find(reason), std::string::npos) << text << ": " << error;
     }
@@ -103,7 +111,8 @@ TEST(CubeReadBack, OpenColorIOReadsTheLibrarysLuts) {
             << "OpenColorIO (python3-pyopencolorio) did not read " << path;
         for (int k = 0; k < kLutEntries; ++k)
             for (int ch = 0; ch < 3; ++ch)
-                ASSERT_NEAR(read[k][ch], double(lut.codes[k][ch]) / lut.maxCode(), 2e-6) << c.describe() << " @" << k;
+                ASSERT_NEAR(read[k][ch], double(lut.codes[k][ch]) / lut.maxCode(), 2e-6)
+                    << c.describe() << " @" << k;
     }
     fs::remove_all(dir);
 }

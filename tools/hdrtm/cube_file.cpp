@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "output_files.h"
+
 namespace hdrtm::tool {
 namespace {
 
@@ -16,17 +18,6 @@ constexpr int kMaxCubeSize = 256;                  // largest LUT_3D_SIZE read b
 
 std::runtime_error fileError(const std::string& path, const std::string& what) {
     return std::runtime_error(path + ": " + what);
-}
-
-std::ofstream openForWriting(const std::string& path) {
-    std::ofstream out(path);
-    if (!out) throw fileError(path, std::string("cannot write: ") + std::strerror(errno));
-    return out;
-}
-
-void finish(std::ofstream& out, const std::string& path) {
-    out.flush();
-    if (!out) throw fileError(path, "write failed");
 }
 
 std::string gridList(const Lut3d& lut) {
@@ -53,7 +44,7 @@ CubeTable toCubeTable(const Lut3d& lut) {
 
 void writeCube(const std::string& path, const Lut3d& lut, const std::string& title,
                const std::vector<std::string>& notes) {
-    std::ofstream out = openForWriting(path);
+    std::ostringstream out;
     out << "# " << title << "\n# Written by hdrtm from libhdr_tm.\n";
     for (const std::string& note : notes) out << "# " << note << "\n";
     out << "# Values are the LUT's " << lut.bitDepth << "-bit output codes divided by "
@@ -83,12 +74,12 @@ void writeCube(const std::string& path, const Lut3d& lut, const std::string& tit
         std::snprintf(line, sizeof(line), "%.6f %.6f %.6f\n", v[0], v[1], v[2]);
         out << line;
     }
-    finish(out, path);
+    writeFileAtomically(path, out.str());
 }
 
 void writeGridPositions(const std::string& path, const std::string& cubeName, const Lut3d& lut,
                         const std::vector<uint32_t>& hardware) {
-    std::ofstream out = openForWriting(path);
+    std::ostringstream out;
     out << "# Sample positions of " << cubeName
         << " on each axis (red, green and blue alike):\n"
            "# the LUT is sampled on this non-uniform grid, not at i/16.\n"
@@ -103,7 +94,7 @@ void writeGridPositions(const std::string& path, const std::string& cubeName, co
         if (!hardware.empty()) out << " " << hardware[i];
         out << "\n";
     }
-    finish(out, path);
+    writeFileAtomically(path, out.str());
 }
 
 CubeTable readCube(const std::string& path) {
@@ -122,6 +113,7 @@ CubeTable readCube(const std::string& path) {
         ++lineNumber;
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (line.rfind(kInfoKey, 0) == 0) {
+            t.describesItself = true;
             std::istringstream fields(line.substr(std::strlen(kInfoKey)));
             std::string field;
             while (fields >> field) {

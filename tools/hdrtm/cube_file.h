@@ -20,6 +20,7 @@ struct CubeTable {
     Signal input = Signal::kPq;
     Signal output = Signal::kPanel;
     PanelInfo panel;
+    bool describesItself = false;  // the file records its signals and panel (hdrtm wrote it)
 };
 
 CubeTable toCubeTable(const Lut3d& lut);

@@ -2,38 +2,91 @@
 // and previews, for panel-tuning engineers on their workstations.
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <iostream>
 
 #include "commands.h"
+#include "near_names.h"
+#include "raster.h"
 
 namespace {
 
 using namespace hdrtm::tool;
 
 constexpr int kMaxRepeat = 1000;
+constexpr size_t kMaxLayers = 4;  // the entry's layer records
 
 void addRunOptions(CLI::App* cmd, RunOptions& options, const std::string& defaultDir) {
     options.outputDir = defaultDir;
-    cmd->add_option("-o,--output", options.outputDir, "output folder")->capture_default_str();
+    cmd->add_option("-o,--output", options.outputDir,
+                    "output folder, new or empty (or one an earlier run wrote)")
+        ->capture_default_str();
     cmd->add_option("--repeat", options.repeat, "timed calls per configuration")
         ->check(CLI::Range(0, kMaxRepeat))
         ->capture_default_str();
     cmd->add_flag("--no-preview", [&options](int64_t) { options.previews = false; },
                   "skip the preview images");
     cmd->add_flag("-v,--verbose", options.verbose, "echo the library's log lines");
+    cmd->add_flag("--force", options.force,
+                  "build from a tuning file with errors; write into a folder holding other files");
+}
+
+std::vector<std::string> commandNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* sub : app.get_subcommands({})) names.push_back(sub->get_name());
+    return names;
+}
+
+std::string joined(const std::vector<std::string>& names) {
+    std::string out;
+    for (const std::string& n : names) out += (out.empty() ? "" : ", ") + n;
+    return out;
+}
+
+std::vector<std::string> optionNames(const CLI::App& cmd) {
+    std::vector<std::string> names;
+    for (const CLI::Option* o : cmd.get_options()) {
+        for (const std::string& l : o->get_lnames()) names.push_back("--" + l);
+        for (const std::string& s : o->get_snames()) names.push_back("-" + s);
+    }
+    return names;
+}
+
+int fail(const std::string& message) {
+    std::cerr << "hdrtm: error: " << message << "\n";
+    return kExitError;
+}
+
+// One message for an argument the command does not take: the likely
+// intended option, else where the options are listed.
+int unexpectedArgument(const CLI::App& cmd, const std::string& argument) {
+    const std::string prefix = cmd.get_name() + ": ";
+    const std::string help = "; see hdrtm " + cmd.get_name() + " --help";
+    if (argument.rfind('-', 0) != 0) return fail(prefix + "unexpected argument \"" + argument + "\"" + help);
+    const std::string name = argument.substr(0, argument.find('='));
+    const std::string near = closestName(name, optionNames(cmd));
+    return fail(prefix + "unknown option " + name +
+                (near.empty() ? help : " (did you mean " + near + "?)"));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    const struct ReleaseCachesAtExit {
+        ~ReleaseCachesAtExit() { releaseDrawingCaches(); }
+    } releaseCaches;
     CLI::App app{"hdrtm: libhdr_tm's LUTs as .cube files, a tuning-file checker, tone curves and previews"};
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
+    app.allow_extras();
+    app.set_version_flag("--version", "hdrtm " HDRTM_VERSION " (libhdr_tm " HDRTM_VERSION ")");
 
     RunOptions demoOptions;
+    std::string demoTuning;
     CLI::App* demo = app.add_subcommand(
-        "demo", "run the entry as a display service would, on the built-in defaults, for a "
-                "representative set of layers; write every LUT, previews, the tone curve and a summary");
+        "demo", "run the entry as a display service would for a representative set of layers; "
+                "write every LUT, previews, the tone curve and a summary");
     addRunOptions(demo, demoOptions, "hdrtm-demo");
+    demo->add_option("-t,--tuning", demoTuning, "tuning file (default: the built-in defaults)");
 
     RunOptions lutOptions;
     std::string lutTuning;
@@ -45,7 +98,7 @@ int main(int argc, char** argv) {
     lut->add_option("-t,--tuning", lutTuning, "tuning file (default: the built-in defaults)");
     lut->add_option("-l,--layer", layerTexts,
                     "a layer, 1 to 4 times: pq|hlg|sdr|CODE[,primaries=bt2020|bt709|p3|CODE]"
-                    "[,class=N][,master=NITS][,cll=NITS]")
+                    "[,class=0..2][,master=NITS][,cll=NITS]")
         ->required();
     lut->add_option("-b,--blend", blendText, "blend space: pq (0), layer (1) or hlg (2)")
         ->capture_default_str();
@@ -53,21 +106,25 @@ int main(int argc, char** argv) {
     lut->add_flag("--json", lutOptions.json, "print the summary as JSON");
 
     std::string checkPath;
-    bool strict = false;
+    CheckOptions checkOptions;
     CLI::App* check = app.add_subcommand("check", "check a tuning file for settings the library "
                                                   "would not read as written");
     check->add_option("file", checkPath, "tuning file")->required();
-    check->add_flag("--strict", strict, "exit 1 when there are warnings");
+    check->add_flag("--strict", checkOptions.strict, "exit 1 when there are warnings");
+    check->add_flag("--json", checkOptions.json, "print the diagnostics as a JSON list");
+    check->add_flag("-v,--verbose", checkOptions.verbose, "also show notes (fallbacks that apply)");
 
     std::string curveTuning;
     std::string curveOut = "tone_curve.svg";
     float curvePeak = 0.0f;
+    bool curveForce = false;
     CLI::App* curve = app.add_subcommand("curve", "plot the tone curve of a tuning (or of the defaults)");
     curve->add_option("file", curveTuning, "tuning file (default: the built-in defaults)");
     curve->add_option("-o,--output", curveOut, "plot file, .svg or .png")->capture_default_str();
     curve->add_option("--content-peak", curvePeak,
-                      "mastering peak in nits of the content, for tunings that clip by it")
-        ->check(CLI::Range(0.0f, 100000.0f));
+                      "mastering peak of the content in nits, for tunings that clip by it")
+        ->check(CLI::Range(1.0f, 10000.0f));
+    curve->add_flag("--force", curveForce, "plot a tuning file with errors");
 
     std::string previewCube;
     std::string previewOut = "preview.png";
@@ -80,41 +137,71 @@ int main(int argc, char** argv) {
     preview->add_option("-o,--output", previewOut, "PNG file")->capture_default_str();
     preview->add_option("--input", previewInput, "the LUT's input signal: pq, hlg or sdr");
     preview->add_option("--output-signal", previewOutput, "the LUT's output: panel, pq or hlg");
-    preview->add_option("--peak", previewPeak, "panel peak in nits")->check(CLI::Range(1.0f, 100000.0f));
+    preview->add_option("--peak", previewPeak, "panel peak in nits")->check(CLI::Range(1.0f, 10000.0f));
 
+    for (CLI::App* sub : app.get_subcommands({})) sub->allow_extras();
+
+    // Over a file-size limit a write then fails with an error we report and
+    // clean up after, instead of the signal killing the process mid-file.
+    std::signal(SIGXFSZ, SIG_IGN);
     captureLibraryLog();
     try {
         app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForAllHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
     } catch (const CLI::ParseError& e) {
-        const int code = app.exit(e);
-        return code == 0 ? kExitOk : kExitError;
+        const std::vector<CLI::App*> chosen = app.get_subcommands();
+        const std::string where = chosen.empty() ? "" : chosen.front()->get_name() + ": ";
+        const std::string help =
+            chosen.empty() ? "hdrtm --help" : "hdrtm " + chosen.front()->get_name() + " --help";
+        return fail(where + e.what() + "; see " + help);
+    }
+
+    const std::vector<std::string> commands = commandNames(app);
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    if (chosen.empty()) {
+        if (app.remaining().empty()) {
+            return fail("a command is required: " + joined(commands) + " (hdrtm --help describes them)");
+        }
+        const std::string name = app.remaining().front();
+        const std::string near = closestName(name, commands);
+        return fail("unknown command \"" + name + "\": the commands are " + joined(commands) +
+                    (near.empty() ? "" : " (did you mean " + near + "?)"));
+    }
+    if (!chosen.front()->remaining().empty()) {
+        return unexpectedArgument(*chosen.front(), chosen.front()->remaining().front());
     }
 
     try {
-        if (*demo) return runDemo(demoOptions);
+        if (*demo) return runDemo(demoTuning, demoOptions);
         if (*lut) {
             Configuration config;
-            if (layerTexts.size() > static_cast<size_t>(4)) {
-                throw CommandError("at most 4 layers, not " + std::to_string(layerTexts.size()));
+            if (layerTexts.size() > kMaxLayers) {
+                throw CommandError("lut: at most 4 --layer options (the entry's layer records), not " +
+                                   std::to_string(layerTexts.size()));
             }
             for (const std::string& text : layerTexts) {
                 LayerConfig layer;
                 std::string error;
-                if (!parseLayerConfig(text, &layer, &error)) throw CommandError(error);
+                if (!parseLayerConfig(text, &layer, &error)) throw CommandError("lut: --layer " + error);
                 config.layers.push_back(layer);
             }
             if (!parseBlendSpace(blendText, &config.blendSpace)) {
-                throw CommandError("--blend must be pq, layer or hlg (or 0, 1, 2), not \"" + blendText + "\"");
+                throw CommandError("lut: --blend must be pq, layer or hlg (or 0, 1, 2), not \"" +
+                                   blendText + "\"");
             }
             config.hardware = hardware;
             return runLut(lutTuning, config, lutOptions);
         }
-        if (*check) return runCheck(checkPath, strict);
-        if (*curve) return runCurve(curveTuning, curveOut, curvePeak);
+        if (*check) return runCheck(checkPath, checkOptions);
+        if (*curve) return runCurve(curveTuning, curveOut, curvePeak, curveForce);
         if (*preview) return runPreview(previewCube, previewOut, previewInput, previewOutput, previewPeak);
     } catch (const std::exception& e) {
-        std::cerr << "hdrtm: error: " << e.what() << "\n";
-        return kExitError;
+        return fail(e.what());
     }
     return kExitError;
 }

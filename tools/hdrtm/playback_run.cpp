@@ -6,10 +6,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <sstream>
 
 #include "hdr_playback.h"
@@ -28,6 +30,8 @@ constexpr size_t kRecordEntriesOffset = 16;      // LUT data record: first entry
 constexpr size_t kRecordEntryWords = 6;          // in_r, in_g, in_b, out_r, out_g, out_b
 constexpr uint32_t kPrimariesBt709 = 1;
 constexpr uint32_t kPrimariesP3 = 12;            // H.273 SMPTE EG 432-1 (Display P3)
+constexpr uint32_t kMaxH273Code = 255;           // H.273 codes are 8-bit
+constexpr uint32_t kMaxNits = 10000;             // PQ's range: mastering peak and MaxCLL
 
 std::vector<std::string> gLog;
 
@@ -45,65 +49,90 @@ struct ExpectedRow {
     Signal input = Signal::kPq;
     Signal output = Signal::kPanel;
     const char* checksumPrefix = nullptr;  // start of the checksum line this row logs
+    std::string remedy;  // for a row without a LUT: what would give one
 };
+
+ExpectedRow noLut(std::string name, std::string remedy) {
+    ExpectedRow row;
+    row.name = std::move(name);
+    row.remedy = std::move(remedy);
+    return row;
+}
+
+ExpectedRow refused(std::string name, std::string remedy) {
+    ExpectedRow row = noLut(std::move(name), std::move(remedy));
+    row.kind = RowKind::kRefused;
+    return row;
+}
 
 // The entry's decision table, one layer at a time; `blendTaken` and
 // `pccEnabled` carry over between layers as they do in the library.
 ExpectedRow expectRow(const LayerConfig& layer, uint32_t blend, bool& blendTaken, bool& pccEnabled) {
     const uint32_t t = layer.transfer;
     if (t == kTransferPq) {
-        if (blendTaken) return {RowKind::kNone, "no LUT: PQ after the hardware LUT"};
+        if (blendTaken) {
+            return noLut(
+                "no LUT: PQ after the hardware LUT",
+                "only the first PQ layer gets the hardware LUT; use --blend layer for a LUT per layer");
+        }
         if (blend == kBlendSpacePerLayer) {
             pccEnabled = false;
             return {RowKind::kLayerLut, "layer LUT: lut3d_process",
-                    Signal::kPq, Signal::kPanel, "Line = 1852 Forward Tonemap checksum"};
+                    Signal::kPq, Signal::kPanel, "Line = 1852 Forward Tonemap checksum", ""};
         }
         if (blend == kBlendSpacePq && !pccEnabled) {
-            return {RowKind::kNone, "no LUT: PQ blending without the hardware path"};
+            return noLut("no LUT: PQ blending without the hardware path",
+                         "add --hw for a hardware LUT, or use --blend layer for a layer LUT");
         }
         if (blend == kBlendSpacePq) {
             blendTaken = true;
             return {RowKind::kHardwareLut, "hardware LUT: lut3d_process, 12-bit",
-                    Signal::kPq, Signal::kPanel, "Line: 1785 Forward checksum is"};
+                    Signal::kPq, Signal::kPanel, "Line: 1785 Forward checksum is", ""};
         }
-        return {RowKind::kRefused, "refused: PQ under HLG blending"};
+        return refused("refused: PQ under HLG blending",
+                       "PQ layers are not blended in HLG; use --blend pq --hw or --blend layer");
     }
     if (t == kTransferHlg) {
         if (blend == kBlendSpacePq) {
             return {RowKind::kLayerLut, "layer LUT: inverse_lut3d_process, HLG to PQ",
-                    Signal::kHlg, Signal::kPq, "Line: 1988 Inverse Checksum"};
+                    Signal::kHlg, Signal::kPq, "Line: 1988 Inverse Checksum", ""};
         }
         if (blend == kBlendSpacePerLayer) {
             pccEnabled = false;
             return {RowKind::kLayerLut, "layer LUT: HLG_lut3d_process",
-                    Signal::kHlg, Signal::kPanel, "Line: 2017 Inverse Checksum"};
+                    Signal::kHlg, Signal::kPanel, "Line: 2017 Inverse Checksum", ""};
         }
         if (blend == kBlendSpaceHlg && blendTaken) {
-            return {RowKind::kRefused, "refused: HLG blending after the hardware LUT"};
+            return refused("refused: HLG blending after the hardware LUT",
+                           "one hardware LUT per call; put the HLG layer first or use --blend layer");
         }
         if (blend == kBlendSpaceHlg && !pccEnabled) {
-            return {RowKind::kNone, "no LUT: HLG blending without the hardware path"};
+            return noLut("no LUT: HLG blending without the hardware path",
+                         "add --hw for a hardware LUT, or use --blend pq or --blend layer for a layer LUT");
         }
         if (blend == kBlendSpaceHlg) {
             blendTaken = true;
             return {RowKind::kHardwareLut,
                     "hardware LUT: HLG_lut3d_process, 12-bit", Signal::kHlg,
-                    Signal::kPanel, "Line: 1922 Forward checksum is"};
+                    Signal::kPanel, "Line: 1922 Forward checksum is", ""};
         }
-        return {RowKind::kNone, "no LUT: HLG under an unknown blend space"};
+        return noLut("no LUT: HLG under an unknown blend space", "use --blend pq, layer or hlg");
     }
     if (t == kTransferBt709 || layer.contentClass == kContentClassSdr) {
         if (blend == kBlendSpacePq) {
             return {RowKind::kLayerLut, "layer LUT: inverse_lut3d_process, SDR to PQ",
-                    Signal::kSdr, Signal::kPq, "Inverse checksum"};
+                    Signal::kSdr, Signal::kPq, "Inverse checksum", ""};
         }
         if (blend == kBlendSpaceHlg) {
             return {RowKind::kLayerLut, "layer LUT: HLG_inverse_lut3d_process, SDR to HLG",
-                    Signal::kSdr, Signal::kHlg, "Inverse checksum"};
+                    Signal::kSdr, Signal::kHlg, "Inverse checksum", ""};
         }
-        return {RowKind::kNone, "no LUT: SDR without a blending space to map into"};
+        return noLut("no LUT: SDR without a blending space to map into",
+                     "SDR layers are mapped into a blending space: use --blend pq or --blend hlg");
     }
-    return {RowKind::kNone, "no LUT: transfer " + std::to_string(t)};
+    return noLut(
+        "no LUT: transfer " + std::to_string(t),
+        "the entry builds LUTs for transfers pq (16), hlg (18) and sdr (1), or for class=2 (SDR content)");
 }
 
 // Reads "<prefix> = N" lines in order.
@@ -199,16 +228,26 @@ bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* er
     std::string token;
     LayerConfig parsed;
     bool first = true;
-    const auto number = [&](const std::string& key, const std::string& value, uint32_t* v) {
+    std::set<std::string> seen;
+    const auto fail = [&](const std::string& what) {
+        *error = "\"" + text + "\": " + what;
+        return false;
+    };
+    // A whole number within [low, high]; `what` names the value and its range.
+    const auto number = [&](const std::string& key, const std::string& value, uint32_t low,
+                            uint32_t high, const std::string& range, uint32_t* v) {
         char* end = nullptr;
+        errno = 0;
         const unsigned long n = std::strtoul(value.c_str(), &end, 10);
-        if (value.empty() || *end != '\0' || value[0] == '-' || n > 0xFFFFFFFFul) {
-            *error = "layer \"" + text + "\": " + key + " needs a whole number, not \"" + value + "\"";
-            return false;
+        if (value.empty() || *end != '\0' || value[0] == '-' || value[0] == '+' || errno != 0 ||
+            n < low || n > high) {
+            return fail(key + " must be " + range + ", not \"" + value + "\"");
         }
         *v = static_cast<uint32_t>(n);
         return true;
     };
+    const std::string codeRange = "0.." + std::to_string(kMaxH273Code);
+    const std::string nitsRange = "a whole number of nits, 0.." + std::to_string(kMaxNits);
     while (std::getline(in, token, ',')) {
         if (first) {
             first = false;
@@ -220,8 +259,8 @@ bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* er
                 parsed.transfer = kTransferBt709;
                 parsed.primaries = kPrimariesBt709;
                 parsed.contentClass = kContentClassSdr;
-            } else if (!number("the transfer code", token, &parsed.transfer)) {
-                *error = "layer \"" + text + "\": starts with pq, hlg, sdr or an H.273 transfer code";
+            } else if (!number("the transfer", token, 0, kMaxH273Code,
+                               "pq, hlg, sdr or an H.273 transfer code " + codeRange, &parsed.transfer)) {
                 return false;
             }
             continue;
@@ -229,6 +268,7 @@ bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* er
         const size_t eq = token.find('=');
         const std::string key = token.substr(0, eq);
         const std::string value = eq == std::string::npos ? "" : token.substr(eq + 1);
+        if (!seen.insert(key).second) return fail(key + " is given twice");
         if (key == "primaries") {
             if (value == "bt2020") {
                 parsed.primaries = kPrimariesBt2020;
@@ -236,28 +276,27 @@ bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* er
                 parsed.primaries = kPrimariesBt709;
             } else if (value == "p3") {
                 parsed.primaries = kPrimariesP3;
-            } else if (!number(key, value, &parsed.primaries)) {
+            } else if (!number(key, value, 0, kMaxH273Code, "bt2020, bt709, p3 or an H.273 code " + codeRange,
+                               &parsed.primaries)) {
                 return false;
             }
         } else if (key == "class") {
-            if (!number(key, value, &parsed.contentClass)) return false;
-        } else if (key == "master") {
-            if (!number(key, value, &parsed.masterNits)) return false;
-            if (parsed.masterNits > 0xFFFFFFFFu / kMasteringUnitsPerNit) {
-                *error = "layer \"" + text + "\": master " + value + " nits is out of range";
+            if (!number(key, value, 0, kContentClassSdr,
+                        "0.." + std::to_string(kContentClassSdr) + " (2 marks SDR content)",
+                        &parsed.contentClass)) {
                 return false;
             }
+        } else if (key == "master") {
+            if (!number(key, value, 0, kMaxNits, nitsRange, &parsed.masterNits)) return false;
         } else if (key == "cll") {
-            if (!number(key, value, &parsed.maxCll)) return false;
+            if (!number(key, value, 0, kMaxNits, nitsRange, &parsed.maxCll)) return false;
             parsed.cllPresent = true;
         } else {
-            *error = "layer \"" + text + "\": unknown key \"" + key +
-                     "\" (use primaries=, class=, master=, cll=)";
-            return false;
+            return fail("unknown key \"" + key + "\" (the keys are primaries=, class=, master=, cll=)");
         }
     }
     if (first) {
-        *error = "empty layer description";
+        *error = "empty layer: give pq, hlg, sdr or an H.273 transfer code";
         return false;
     }
     *out = parsed;
@@ -366,6 +405,7 @@ RunResult runConfiguration(const Configuration& config, int repeat, bool version
     for (size_t i = 0; i < config.layers.size(); ++i) {
         const ExpectedRow row = expectRow(config.layers[i], config.blendSpace, blendTaken, pccEnabled);
         result.rows.push_back(row.name);
+        result.remedies.push_back(row.remedy);
         if (row.kind == RowKind::kRefused) break;
         if (row.kind == RowKind::kNone) continue;
         ProducedLut produced;

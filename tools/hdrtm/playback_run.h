@@ -56,6 +56,7 @@ struct ProducedLut {
 struct RunResult {
     int status = 0;                       // the entry's return value
     std::vector<std::string> rows;        // decision row per layer
+    std::vector<std::string> remedies;    // per layer: what would give a LUT, or empty
     std::vector<ProducedLut> luts;
     double msPerCall = 0.0;               // median over the timed calls
     std::string standardOutput;           // what the entry printed

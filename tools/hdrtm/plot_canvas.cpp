@@ -1,9 +1,6 @@
 #include "plot_canvas.h"
 
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <fstream>
 #include <iomanip>
 #include <sstream>
 #include <stdexcept>
@@ -11,9 +8,9 @@
 namespace hdrtm::tool {
 namespace {
 
-constexpr int kPngTextScale = 2;      // pixel-font magnification in PNG plots
-constexpr int kPngGlyphAdvance = 6;   // font cell width before scaling
-constexpr int kPngGlyphHeight = 7;
+constexpr int kFontSize = 13;     // pixels, as the SVG's font-size
+constexpr double kDash = 6.0;     // dashed lines: dash and gap in pixels, as the SVG's
+constexpr double kGap = 4.0;
 
 std::string hex(Rgb8 c) {
     char buffer[8];
@@ -43,7 +40,10 @@ public:
               bool dashed) override {
         body_ << "<line x1=\"" << x0 << "\" y1=\"" << y0 << "\" x2=\"" << x1 << "\" y2=\"" << y1
               << "\" stroke=\"" << hex(colour) << "\" stroke-width=\"" << width << "\""
-              << (dashed ? " stroke-dasharray=\"6 4\"" : "") << "/>\n";
+              << (dashed ? " stroke-dasharray=\"" + std::to_string(int(kDash)) + " " +
+                               std::to_string(int(kGap)) + "\""
+                         : std::string())
+              << "/>\n";
     }
     void polyline(const std::vector<std::pair<float, float>>& points, Rgb8 colour,
                   float width) override {
@@ -65,16 +65,14 @@ public:
         body_ << "<text x=\"" << x << "\" y=\"" << y << "\" fill=\"" << hex(colour)
               << "\" text-anchor=\"" << a << "\">" << escaped(s) << "</text>\n";
     }
-    void save(const std::string& path) override {
-        std::ofstream out(path);
-        if (!out) throw std::runtime_error(path + ": cannot write: " + std::strerror(errno));
+    std::string encode() override {
+        std::ostringstream out;
         out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width_ << "\" height=\""
             << height_ << "\" viewBox=\"0 0 " << width_ << " " << height_
-            << "\" font-family=\"sans-serif\" font-size=\"13\">\n"
+            << "\" font-family=\"" << kFontFamily << ", sans-serif\" font-size=\"" << kFontSize << "\">\n"
             << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n"
             << body_.str() << "</svg>\n";
-        out.flush();
-        if (!out) throw std::runtime_error(path + ": write failed");
+        return out.str();
     }
 
 private:
@@ -85,58 +83,47 @@ private:
 
 class PngCanvas : public Canvas {
 public:
-    PngCanvas(int w, int h) : image_(w, h) {}
+    PngCanvas(int w, int h) : raster_(w, h, {255, 255, 255}), cr_(raster_.context()) {}
 
     void line(float x0, float y0, float x1, float y1, Rgb8 colour, float width,
               bool dashed) override {
-        const int pen = std::max(1, static_cast<int>(std::lround(width)));
-        if (!dashed) {
-            image_.line(x0, y0, x1, y1, colour, pen);
-            return;
-        }
-        constexpr float kDash = 6.0f;
-        constexpr float kGap = 4.0f;
-        const float length = std::hypot(x1 - x0, y1 - y0);
-        for (float s = 0.0f; s < length; s += kDash + kGap) {
-            const float e = std::min(length, s + kDash);
-            image_.line(x0 + (x1 - x0) * s / length, y0 + (y1 - y0) * s / length,
-                        x0 + (x1 - x0) * e / length, y0 + (y1 - y0) * e / length, colour, pen);
-        }
+        cairo_move_to(cr_, x0, y0);
+        cairo_line_to(cr_, x1, y1);
+        stroke(colour, width, dashed);
     }
     void polyline(const std::vector<std::pair<float, float>>& points, Rgb8 colour,
                   float width) override {
-        for (size_t i = 1; i < points.size(); ++i) {
-            line(points[i - 1].first, points[i - 1].second, points[i].first, points[i].second, colour,
-                 width, false);
-        }
+        for (const auto& [x, y] : points) cairo_line_to(cr_, x, y);
+        stroke(colour, width, false);
     }
     void rect(float x, float y, float w, float h, Rgb8 colour) override {
-        image_.fillRect(static_cast<int>(x), static_cast<int>(y), static_cast<int>(std::lround(w)),
-                        static_cast<int>(std::lround(h)), colour);
+        cairo_rectangle(cr_, x, y, w, h);
+        setColour(cr_, colour);
+        cairo_fill(cr_);
     }
     void dot(float x, float y, float radius, Rgb8 colour) override {
-        const int r = static_cast<int>(std::ceil(radius));
-        for (int j = -r; j <= r; ++j) {
-            for (int i = -r; i <= r; ++i) {
-                if (static_cast<float>(i * i + j * j) <= radius * radius) {
-                    image_.set(static_cast<int>(std::lround(x)) + i, static_cast<int>(std::lround(y)) + j,
-                               colour);
-                }
-            }
-        }
+        cairo_new_sub_path(cr_);
+        cairo_arc(cr_, x, y, radius, 0.0, 2.0 * M_PI);
+        setColour(cr_, colour);
+        cairo_fill(cr_);
     }
     void text(float x, float y, const std::string& s, Rgb8 colour, Anchor anchor) override {
-        const int width = static_cast<int>(s.size()) * kPngGlyphAdvance * kPngTextScale;
-        int left = static_cast<int>(x);
-        if (anchor == Anchor::kMiddle) left -= width / 2;
-        if (anchor == Anchor::kEnd) left -= width;
-        image_.text(left, static_cast<int>(y) - kPngGlyphHeight * kPngTextScale + 1, s, colour,
-                    kPngTextScale);
+        drawText(cr_, x, y, s, colour, anchor, kFontSize);
     }
-    void save(const std::string& path) override { writePng(path, image_); }
+    std::string encode() override { return encodePng(raster_); }
 
 private:
-    Image image_;
+    void stroke(Rgb8 colour, float width, bool dashed) {
+        const double dash[] = {kDash, kGap};
+        cairo_set_dash(cr_, dash, dashed ? 2 : 0, 0.0);
+        cairo_set_line_width(cr_, width);
+        cairo_set_line_join(cr_, CAIRO_LINE_JOIN_ROUND);
+        setColour(cr_, colour);
+        cairo_stroke(cr_);
+    }
+
+    Raster raster_;
+    cairo_t* cr_;
 };
 
 bool endsWith(const std::string& s, const std::string& suffix) {

@@ -1,5 +1,5 @@
 // One drawing interface with two back ends, so a plot is drawn once and
-// written as SVG (text, scalable) or PNG (raster, built-in pixel font).
+// written as SVG (text, scalable) or PNG (anti-aliased raster drawn with cairo).
 #pragma once
 
 #include <memory>
@@ -7,11 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "png_image.h"
+#include "raster.h"
 
 namespace hdrtm::tool {
-
-enum class Anchor { kStart, kMiddle, kEnd };
 
 class Canvas {
 public:
@@ -25,8 +23,8 @@ public:
     virtual void dot(float x, float y, float radius, Rgb8 colour) = 0;
     // `y` is the text's baseline.
     virtual void text(float x, float y, const std::string& s, Rgb8 colour, Anchor anchor) = 0;
-    // Writes the drawing to `path`; throws std::runtime_error when it cannot.
-    virtual void save(const std::string& path) = 0;
+    // The drawing as the bytes of its file.
+    virtual std::string encode() = 0;
 };
 
 // The back end a file name asks for: ".svg" or ".png". Returns null for any

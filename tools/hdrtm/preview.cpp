@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
+#include "number_text.h"
 #include "tm_stages.h"
 
 namespace hdrtm::tool {
@@ -29,15 +31,23 @@ constexpr double kLumaB = 0.0593;
 constexpr double kSdrWhiteNits = 100.0;
 constexpr double kPreviewGamma = 2.2;  // encoding of the plain clip for viewing
 
-constexpr int kBandHeight = 26;
-constexpr int kBandGap = 2;
-constexpr int kLabelWidth = 96;
-constexpr int kSideGap = 12;
-constexpr int kHeaderHeight = 38;
+constexpr int kBandHeight = 28;
+constexpr int kBandGap = 6;
+constexpr int kScaleHeight = 30;     // nit scale under the grey ramp
+constexpr int kLabelWidth = 118;
+constexpr int kSideGap = 16;
+constexpr int kMargin = 10;
+constexpr int kHeaderHeight = 62;
+constexpr double kTitleSize = 15.0;  // pixels
+constexpr double kLabelSize = 12.0;
+constexpr double kTickSize = 10.0;
+constexpr double kTickLength = 5.0;
 constexpr Rgb8 kBackground = {32, 32, 32};
 constexpr Rgb8 kTextColour = {230, 230, 230};
+// Grey levels marked on the nit scale.
+constexpr double kScaleNits[] = {0.1, 1, 10, 100, 1000, 10000};
 
-enum class BandKind { kPqGrey, kHlgGrey, kColour, kHues };
+enum class BandKind { kGrey, kColour, kHues };
 
 struct Band {
     const char* label;
@@ -46,12 +56,22 @@ struct Band {
 };
 
 constexpr Band kBands[] = {
-    {"PQ GREY", BandKind::kPqGrey, {1, 1, 1}},  {"HLG GREY", BandKind::kHlgGrey, {1, 1, 1}},
-    {"RED", BandKind::kColour, {1, 0, 0}},      {"GREEN", BandKind::kColour, {0, 1, 0}},
-    {"BLUE", BandKind::kColour, {0, 0, 1}},     {"CYAN", BandKind::kColour, {0, 1, 1}},
-    {"MAGENTA", BandKind::kColour, {1, 0, 1}},  {"YELLOW", BandKind::kColour, {1, 1, 0}},
-    {"HUES", BandKind::kHues, {1, 1, 1}},       {"HUES 50%", BandKind::kHues, {0.5f, 0.5f, 0.5f}},
+    {"grey", BandKind::kGrey, {1, 1, 1}},     {"red", BandKind::kColour, {1, 0, 0}},
+    {"green", BandKind::kColour, {0, 1, 0}},  {"blue", BandKind::kColour, {0, 0, 1}},
+    {"cyan", BandKind::kColour, {0, 1, 1}},   {"magenta", BandKind::kColour, {1, 0, 1}},
+    {"yellow", BandKind::kColour, {1, 1, 0}}, {"hues", BandKind::kHues, {1, 1, 1}},
+    {"hues 50%", BandKind::kHues, {0.5f, 0.5f, 0.5f}},
 };
+
+const char* signalLabel(Signal s) {
+    switch (s) {
+        case Signal::kPq: return "PQ";
+        case Signal::kHlg: return "HLG";
+        case Signal::kSdr: return "SDR";
+        case Signal::kPanel: return "panel";
+    }
+    return "?";
+}
 
 double srgbEncode(double v) {
     return v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1.0 / 2.4) - 0.055;
@@ -193,40 +213,74 @@ std::array<float, 3> lookUp(const CubeTable& t, const std::array<float, 3>& rgb)
     return out;
 }
 
-Image renderPreview(const CubeTable& table, const std::string& title, int halfWidth) {
+namespace {
+
+// Display light in nits of a grey input signal `u` of `s`.
+double greyNits(double u, Signal s) { return decodeToNits({float(u), float(u), float(u)}, s)[1]; }
+
+// Tick marks and labels in nits under a grey ramp of signal `s`, and the
+// panel's peak where the signal reaches it.
+void drawNitScale(cairo_t* cr, double x0, double y, int width, Signal s, float panelPeak) {
+    const double top = greyNits(1.0, s);
+    const auto xAt = [&](double nits) { return x0 + encodeGrey(nits, s) * (width - 1); };
+    setColour(cr, kTextColour);
+    cairo_set_line_width(cr, 1.0);
+    for (double nits : kScaleNits) {
+        if (nits > top * 1.001) break;
+        const double x = std::round(xAt(nits)) + 0.5;
+        cairo_move_to(cr, x, y);
+        cairo_line_to(cr, x, y + kTickLength);
+        cairo_stroke(cr);
+        // The top label ends at the ramp's end, clear of the other side.
+        const Anchor anchor = nits > top * 0.999 ? Anchor::kEnd : Anchor::kMiddle;
+        drawText(cr, anchor == Anchor::kEnd ? x0 + width : x, y + kTickLength + kTickSize, numberText(nits),
+                 kTextColour, anchor, kTickSize);
+    }
+    if (panelPeak < top) {
+        const double x = std::round(xAt(panelPeak)) + 0.5;
+        setColour(cr, kPeakMarkerColour);
+        cairo_set_line_width(cr, 2.0);
+        cairo_move_to(cr, x, y - kBandHeight);
+        cairo_line_to(cr, x, y + kTickLength);
+        cairo_stroke(cr);
+        // The label reads away from the ramp's nearer end.
+        const bool leftHalf = x < x0 + width / 2.0;
+        drawText(cr, leftHalf ? x + 3 : x - 3, y + kTickLength + 2 * kTickSize + 2,
+                 "panel peak " + numberText(panelPeak) + " nits", kPeakMarkerColour,
+                 leftHalf ? Anchor::kStart : Anchor::kEnd, kTickSize);
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<Raster> renderPreview(const CubeTable& table, const std::string& title, int halfWidth) {
     const int bandCount = static_cast<int>(std::size(kBands));
-    const int width = kLabelWidth + 2 * halfWidth + kSideGap;
-    const int height = kHeaderHeight + bandCount * (kBandHeight + kBandGap);
-    Image image(width, height, kBackground);
-    image.text(6, 6, title, kTextColour);
+    const int width = kLabelWidth + 2 * halfWidth + kSideGap + kMargin;
+    const int height = kHeaderHeight + bandCount * (kBandHeight + kBandGap) + kScaleHeight + kMargin;
+    auto raster = std::make_unique<Raster>(width, height, kBackground);
+    cairo_t* cr = raster->context();
+    drawText(cr, kMargin, 22, title, kTextColour, Anchor::kStart, kTitleSize, true);
     const int rightX = kLabelWidth + halfWidth + kSideGap;
-    image.text(kLabelWidth, 24, std::string("THROUGH THE LUT (") + signalName(table.input) + " TO " +
-                                    signalName(table.output) + ")", kTextColour);
-    image.text(rightX, 24, "PLAIN CLIP TO THE PANEL", kTextColour);
+    const std::string input = signalLabel(table.input);
+    drawText(cr, kLabelWidth, 48,
+             "through the LUT (" + input + " to " + signalLabel(table.output) + ")", kTextColour,
+             Anchor::kStart, kLabelSize);
+    drawText(cr, rightX, 48, "plain clip to the " + numberText(table.panel.peakNits) + "-nit panel",
+             kTextColour, Anchor::kStart, kLabelSize);
     const bool sdrInput = table.input == Signal::kSdr;
-    for (int bandIndex = 0; bandIndex < bandCount; ++bandIndex) {
-        const Band& band = kBands[bandIndex];
-        std::vector<std::array<float, 3>> input(halfWidth);
+    int y0 = kHeaderHeight;
+    for (const Band& band : kBands) {
+        std::vector<std::array<float, 3>> signal(halfWidth);
         for (int x = 0; x < halfWidth; ++x) {
             const float u = static_cast<float>(x) / static_cast<float>(halfWidth - 1);
             switch (band.kind) {
-                case BandKind::kPqGrey: {
-                    const float s = encodeGrey(pqToNits(u), table.input);
-                    input[x] = {s, s, s};
-                    break;
-                }
-                case BandKind::kHlgGrey: {
-                    const double nits = kHlgPeakNits * std::pow(hlgToScene(u), kHlgSystemGamma);
-                    const float s = encodeGrey(nits, table.input);
-                    input[x] = {s, s, s};
-                    break;
-                }
+                case BandKind::kGrey: signal[x] = {u, u, u}; break;
                 case BandKind::kColour:
-                    input[x] = {band.colour[0] * u, band.colour[1] * u, band.colour[2] * u};
+                    signal[x] = {band.colour[0] * u, band.colour[1] * u, band.colour[2] * u};
                     break;
                 case BandKind::kHues: {
                     const auto h = hue(u);
-                    input[x] = {h[0] * band.colour[0], h[1] * band.colour[1], h[2] * band.colour[2]};
+                    signal[x] = {h[0] * band.colour[0], h[1] * band.colour[1], h[2] * band.colour[2]};
                     break;
                 }
             }
@@ -235,27 +289,34 @@ Image renderPreview(const CubeTable& table, const std::string& title, int halfWi
         std::vector<std::array<double, 3>> lutNits(halfWidth);
         std::vector<std::array<double, 3>> sourceNits(halfWidth);
         for (int x = 0; x < halfWidth; ++x) {
-            const auto out = lookUp(table, input[x]);
+            const auto out = lookUp(table, signal[x]);
             if (table.output == Signal::kPanel) {
                 lutSide[x] = {toByte(out[0]), toByte(out[1]), toByte(out[2])};
             } else {
                 lutNits[x] = decodeToNits(out, table.output);
             }
-            sourceNits[x] = decodeToNits(input[x], table.input);
+            sourceNits[x] = decodeToNits(signal[x], table.input);
         }
         // A LUT into a blending space is shown as that space's light on the panel.
         if (table.output != Signal::kPanel) lutSide = plainClip(lutNits, false, table.panel);
         const std::vector<Rgb8> clipSide = plainClip(sourceNits, sdrInput, table.panel);
-        const int y0 = kHeaderHeight + bandIndex * (kBandHeight + kBandGap);
-        image.text(6, y0 + (kBandHeight - 7) / 2, band.label, kTextColour);
+        drawText(cr, kMargin, y0 + kBandHeight / 2.0 + 4, input + " " + band.label, kTextColour,
+                 Anchor::kStart, kLabelSize);
         for (int y = y0; y < y0 + kBandHeight; ++y) {
-            for (int x = 0; x < halfWidth; ++x) {
-                image.set(kLabelWidth + x, y, lutSide[x]);
-                image.set(rightX + x, y, clipSide[x]);
-            }
+            raster->putRow(kLabelWidth, y, lutSide.data(), halfWidth);
+            raster->putRow(rightX, y, clipSide.data(), halfWidth);
         }
+        y0 += kBandHeight;
+        if (band.kind == BandKind::kGrey) {
+            drawText(cr, kMargin, y0 + kTickLength + kTickSize + 1, "nits", kTextColour, Anchor::kStart,
+                     kTickSize);
+            drawNitScale(cr, kLabelWidth, y0 + 1, halfWidth, table.input, table.panel.peakNits);
+            drawNitScale(cr, rightX, y0 + 1, halfWidth, table.input, table.panel.peakNits);
+            y0 += kScaleHeight;
+        }
+        y0 += kBandGap;
     }
-    return image;
+    return raster;
 }
 
 }  // namespace hdrtm::tool

@@ -3,12 +3,15 @@
 // plainly to the panel.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "cube_file.h"
-#include "png_image.h"
+#include "raster.h"
 
 namespace hdrtm::tool {
+
+constexpr Rgb8 kPeakMarkerColour = {255, 90, 60};  // the panel's peak on the grey ramp
 
 // Signal encodings of the test pattern (standard formulas in double
 // precision; a preview, not the library's bit-exact arithmetic).
@@ -22,8 +25,9 @@ double sceneToHlg(double scene);
 std::array<float, 3> lookUp(const CubeTable& table, const std::array<float, 3>& rgb);
 
 // Renders the preview of `table`: the LUT's side on the left, the plain clip
-// on the right, one labelled band per pattern row. `halfWidth` is the width
-// of each side in pixels.
-Image renderPreview(const CubeTable& table, const std::string& title, int halfWidth = 384);
+// on the right, one labelled band per pattern row, the grey ramp with its
+// scale in nits and the panel's peak. `halfWidth` is the width of each side
+// in pixels.
+std::unique_ptr<Raster> renderPreview(const CubeTable& table, const std::string& title, int halfWidth = 384);
 
 }  // namespace hdrtm::tool

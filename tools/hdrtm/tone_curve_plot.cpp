@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 
+#include "number_text.h"
+#include "output_files.h"
 #include "plot_canvas.h"
 #include "tm_stages.h"
 
@@ -20,7 +21,7 @@ constexpr int kWidth = 780;
 constexpr int kHeight = 540;
 constexpr float kLeft = 80.0f;
 constexpr float kRight = 250.0f;   // room for the legend
-constexpr float kTop = 50.0f;
+constexpr float kTop = 64.0f;
 constexpr float kBottom = 60.0f;
 
 constexpr Rgb8 kAxisColour = {40, 40, 40};
@@ -53,12 +54,6 @@ std::vector<std::pair<double, double>> sample(TMParams p) {
         points.emplace_back(static_cast<double>(in[i]) * kNitsPerUnit, nits);
     }
     return points;
-}
-
-std::string nitsLabel(double nits) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%g", nits);
-    return buffer;
 }
 
 }  // namespace
@@ -106,13 +101,14 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
     for (double decade = kPlotMinNits; decade <= kPlotMaxNits * 1.001; decade *= 10.0) {
         c.line(px(decade), kTop, px(decade), kTop + plotH, kGridColour, 1.0f);
         c.line(kLeft, py(decade), kLeft + plotW, py(decade), kGridColour, 1.0f);
-        c.text(px(decade), kTop + plotH + 20.0f, nitsLabel(decade), kAxisColour, Anchor::kMiddle);
-        c.text(kLeft - 8.0f, py(decade) + 5.0f, nitsLabel(decade), kAxisColour, Anchor::kEnd);
+        c.text(px(decade), kTop + plotH + 20.0f, numberText(decade), kAxisColour, Anchor::kMiddle);
+        c.text(kLeft - 8.0f, py(decade) + 5.0f, numberText(decade), kAxisColour, Anchor::kEnd);
     }
     c.line(kLeft, kTop + plotH, kLeft + plotW, kTop + plotH, kAxisColour, 1.5f);
     c.line(kLeft, kTop, kLeft, kTop + plotH, kAxisColour, 1.5f);
-    c.text(kLeft + plotW / 2.0f, kHeight - 14.0f, "input (nits)", kAxisColour, Anchor::kMiddle);
-    c.text(12.0f, kTop - 12.0f, "output (nits)", kAxisColour, Anchor::kStart);
+    c.text(kLeft + plotW / 2.0f, kHeight - 14.0f, "content luminance in (nits, cd/m²)", kAxisColour,
+           Anchor::kMiddle);
+    c.text(12.0f, kTop - 14.0f, "panel luminance out (nits, cd/m²)", kAxisColour, Anchor::kStart);
     c.line(px(kPlotMinNits), py(kPlotMinNits), px(kPlotMaxNits), py(kPlotMaxNits), kIdentityColour,
            1.0f, true);
     c.line(kLeft, py(data.peakNits), kLeft + plotW, py(data.peakNits), kPeakColour, 1.0f, true);
@@ -139,10 +135,10 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
         c.text(legendX + 28.0f, legendY, "control points", kAxisColour, Anchor::kStart);
         legendY += 22.0f;
     }
-    legend(kPeakColour, "peak " + nitsLabel(data.peakNits) + " nits", true);
-    legend(kBlackColour, "black " + nitsLabel(data.blackNits) + " nits", true);
+    legend(kPeakColour, "peak " + numberText(data.peakNits) + " nits", true);
+    legend(kBlackColour, "black " + numberText(data.blackNits) + " nits", true);
     legend(kIdentityColour, "output = input", true);
-    c.save(path);
+    writeFileAtomically(path, c.encode());
 }
 
 }  // namespace hdrtm::tool

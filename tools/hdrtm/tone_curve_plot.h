@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "png_image.h"
+#include "raster.h"
 #include "tm_params.h"
 
 namespace hdrtm::tool {

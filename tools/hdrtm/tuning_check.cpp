@@ -12,7 +12,11 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <string_view>
+
+#include "near_names.h"
+#include "number_text.h"
 
 namespace hdrtm::tool {
 namespace {
@@ -113,36 +117,9 @@ std::string lower(std::string_view s) {
     return out;
 }
 
-int editDistance(std::string_view a, std::string_view b) {
-    std::vector<int> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) row[j] = static_cast<int>(j);
-    for (size_t i = 1; i <= a.size(); ++i) {
-        int diagonal = row[0];
-        row[0] = static_cast<int>(i);
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const int up = row[j];
-            const int cost = std::tolower(static_cast<unsigned char>(a[i - 1])) ==
-                                     std::tolower(static_cast<unsigned char>(b[j - 1]))
-                                 ? 0
-                                 : 1;
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + cost});
-            diagonal = up;
-        }
-    }
-    return row[b.size()];
-}
-
 // " (did you mean "X"?)" for the closest candidate within two edits.
 std::string suggestion(std::string_view name, const std::vector<std::string>& candidates) {
-    std::string best;
-    int bestDistance = 3;
-    for (const std::string& c : candidates) {
-        const int d = editDistance(name, c);
-        if (d < bestDistance) {
-            bestDistance = d;
-            best = c;
-        }
-    }
+    const std::string best = closestName(name, candidates);
     return best.empty() ? "" : " (did you mean " + inQuotes(best) + "?)";
 }
 
@@ -154,24 +131,23 @@ std::string trimmed(const char* text) {
     return s;
 }
 
-std::string formatFloat(double v) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%g", v);
-    return buffer;
-}
-
 class Checker {
 public:
-    explicit Checker(CheckResult& result) : result_(result) {}
+    Checker(CheckResult& result, std::vector<std::string> lines)
+        : result_(result), lines_(std::move(lines)) {}
 
     void checkRoot(XMLElement* root) {
         const char* version = root->Attribute("version");
         if (version != nullptr) {
             result_.versionTwo = std::strcmp(version, kVersionTwo) == 0;
             if (!result_.versionTwo && std::strcmp(version, "1.0") != 0) {
-                warn(root, "version " + inQuotes(version) +
-                               " is not exactly \"2.0\": the file is read as version 1.0 "
-                               "(parametric tone curve, uniform grid)");
+                // With a curve table the mistake throws the table away.
+                const bool table = root->FirstChildElement("tone_map") != nullptr;
+                add(root, table ? Severity::kError : Severity::kWarning, "version",
+                    "version " + inQuotes(version) + " is not exactly \"2.0\": the file is read as "
+                    "version 1.0 (parametric tone curve, uniform grid)" +
+                        (table ? std::string(", so the <tone_map> table is not used") : ""),
+                    "version 1.0");
             }
         }
         checkChildren(root, "", "hdr_lib");
@@ -189,14 +165,23 @@ public:
     }
 
 private:
-    void add(const XMLElement* at, Severity severity, std::string message) {
-        result_.diagnostics.push_back({at ? at->GetLineNum() : 0, severity, std::move(message)});
+    void add(const XMLElement* at, Severity severity, const char* code, std::string message,
+             std::string stored = "") {
+        Diagnostic d{at ? at->GetLineNum() : 0, 0, severity, code, std::move(message), std::move(stored)};
+        if (at != nullptr && d.line >= 1 && d.line <= static_cast<int>(lines_.size())) {
+            const size_t column = lines_[d.line - 1].find("<" + std::string(at->Name()));
+            if (column != std::string::npos) d.column = static_cast<int>(column) + 1;
+        }
+        result_.diagnostics.push_back(std::move(d));
     }
-    void warn(const XMLElement* at, std::string message) {
-        add(at, Severity::kWarning, std::move(message));
+    void note(const XMLElement* at, const char* code, std::string message, std::string stored = "") {
+        add(at, Severity::kNote, code, std::move(message), std::move(stored));
     }
-    void error(const XMLElement* at, std::string message) {
-        add(at, Severity::kError, std::move(message));
+    void warn(const XMLElement* at, const char* code, std::string message, std::string stored = "") {
+        add(at, Severity::kWarning, code, std::move(message), std::move(stored));
+    }
+    void error(const XMLElement* at, const char* code, std::string message, std::string stored = "") {
+        add(at, Severity::kError, code, std::move(message), std::move(stored));
     }
 
     // Names the format knows directly under `prefix` ("" for the root).
@@ -221,15 +206,18 @@ private:
         for (XMLElement* c = parent->FirstChildElement(); c; c = c->NextSiblingElement()) {
             const std::string name = c->Name();
             if (std::find(known.begin(), known.end(), name) == known.end()) {
-                warn(c, "unknown element <" + name + "> in <" + label + "> is ignored" +
-                            suggestion(name, known));
+                // A near miss is a typo whose setting silently keeps its fallback.
+                const std::string hint = suggestion(name, known);
+                add(c, hint.empty() ? Severity::kWarning : Severity::kError, "unknown-element",
+                    "unknown element <" + name + "> in <" + label + "> is ignored" + hint);
                 continue;
             }
             if (repeatsAllowed) continue;
             const auto [it, first] = firstLine.emplace(name, c->GetLineNum());
             if (!first) {
-                warn(c, "repeated <" + name + "> is ignored: only the first (line " +
-                            std::to_string(it->second) + ") counts");
+                error(c, "repeated-element", "repeated <" + name + "> is ignored: only the first (line " +
+                                                 std::to_string(it->second) + ") counts",
+                      "the first, line " + std::to_string(it->second));
             }
         }
     }
@@ -252,7 +240,7 @@ private:
                     fallbacks += leaf(child) + " " + child.fallback;
                 }
             }
-            warn(root, "<" + name + "> is missing: falls back to " + fallbacks);
+            note(root, "missing", "<" + name + "> is missing: falls back to " + fallbacks, fallbacks);
             return;
         }
         checkChildren(group, name, name);
@@ -268,7 +256,7 @@ private:
                                       ? "<" + name + ">"
                                       : "<" + std::string(parent->Name()) + "><" + name + ">";
         if (el == nullptr) {
-            warn(parent, where + " is missing: falls back to " + e.fallback);
+            note(parent, "missing", where + " is missing: falls back to " + e.fallback, e.fallback);
             return;
         }
         const std::string text = trimmed(el->GetText());
@@ -284,7 +272,7 @@ private:
                    const FormatElement& e) {
         const bool colour = e.kind == Kind::kColorName;
         if (text.empty() && colour) {
-            warn(el, where + " is empty: falls back to " + e.fallback);
+            warn(el, "empty", where + " is empty: falls back to " + e.fallback, e.fallback);
             return;
         }
         std::vector<std::string> names;
@@ -302,23 +290,29 @@ private:
         if (hint.empty()) hint = suggestion(text, names);
         std::string list;
         for (const std::string& n : names) list += (list.empty() ? "" : ", ") + n;
-        error(el, where + " " + inQuotes(text) + " is not one of " + list + ": the loader stores " +
-                      (colour ? "0 (sRGB)" : "0 (linear)") + hint);
+        const std::string stored = colour ? "0 (sRGB)" : "0 (linear)";
+        error(el, "unknown-name",
+              where + " " + inQuotes(text) + " is not one of " + list + ": the loader stores " + stored +
+                  hint,
+              stored);
     }
 
     void checkFloat(XMLElement* el, const std::string& where, const std::string& text,
                     const FormatElement& e) {
         float value = 0.0f;
         if (el->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
-            error(el, where + " " + inQuotes(text) + " is not a number: falls back to " + e.fallback);
+            error(el, "not-a-number",
+                  where + " " + inQuotes(text) + " is not a number: falls back to " + e.fallback,
+                  e.fallback);
             return;
         }
         char* end = nullptr;
         errno = 0;
         std::strtof(text.c_str(), &end);
         if (end == text.c_str() || *end != '\0') {
-            error(el, where + " " + inQuotes(text) + " is read as " + formatFloat(value) +
-                          ": the rest of the text is ignored");
+            error(el, "trailing-text", where + " " + inQuotes(text) + " is read as " + numberText(value) +
+                                           ": the rest of the text is ignored",
+                  numberText(value));
         }
         checkRange(el, where, value, e.range);
     }
@@ -327,46 +321,55 @@ private:
                   const FormatElement& e) {
         int value = 0;
         if (el->QueryIntText(&value) != tinyxml2::XML_SUCCESS) {
-            error(el, where + " " + inQuotes(text) + " is not an integer: falls back to " +
-                          e.fallback);
+            error(el, "not-a-number",
+                  where + " " + inQuotes(text) + " is not an integer: falls back to " + e.fallback,
+                  e.fallback);
             return;
         }
         char* end = nullptr;
         std::strtol(text.c_str(), &end, 0);
         if (end == text.c_str() || *end != '\0') {
-            error(el, where + " " + inQuotes(text) + " is read as the integer " +
-                          std::to_string(value) + ": the rest of the text is ignored");
+            error(el, "trailing-text", where + " " + inQuotes(text) + " is read as the integer " +
+                                           std::to_string(value) + ": the rest of the text is ignored",
+                  std::to_string(value));
         }
         const bool sixteen = e.kind == Kind::kInt16;
         const long stored = sixteen ? static_cast<long>(static_cast<uint16_t>(value))
                                     : static_cast<long>(static_cast<uint8_t>(value));
         if (stored != value) {
-            error(el, where + " " + std::to_string(value) + " does not fit in " +
-                          (sixteen ? "16" : "8") + " bits: the loader stores " +
-                          std::to_string(stored));
+            error(el, "truncated",
+                  where + " " + std::to_string(value) + " does not fit in " + (sixteen ? "16" : "8") +
+                      " bits: the loader stores " + std::to_string(stored),
+                  std::to_string(stored));
             return;
         }
         if (e.kind == Kind::kSwitch && value != 0 && value != 1) {
-            warn(el, where + " " + std::to_string(value) +
-                         " is neither 0 nor 1: stages that test for 1 treat it as off");
+            warn(el, "switch-value", where + " " + std::to_string(value) +
+                                         " is neither 0 nor 1: stages that test for 1 treat it as off",
+                 std::to_string(value));
         }
         checkRange(el, where, static_cast<float>(stored), e.range);
     }
 
     void checkRange(XMLElement* el, const std::string& where, float value, Range range) {
         if (!std::isfinite(value)) {
-            error(el, where + " " + formatFloat(value) + " is not finite");
+            error(el, "out-of-range", where + " " + numberText(value) + " is not finite",
+                  numberText(value));
         } else if (range == Range::kPositive && !(value > 0.0f)) {
-            error(el, where + " " + formatFloat(value) +
-                          " must be above 0 (the tone curve takes its log or divides by it)");
+            error(el, "out-of-range",
+                  where + " " + numberText(value) +
+                      " must be above 0 (the tone curve takes its log or divides by it)",
+                  numberText(value));
         } else if (range == Range::kNonNegative && value < 0.0f) {
-            error(el, where + " " + formatFloat(value) + " must not be negative");
+            error(el, "out-of-range", where + " " + numberText(value) + " must not be negative",
+                  numberText(value));
         }
     }
 
     void checkPcc(XMLElement* root, XMLElement* pcc) {
         if (pcc == nullptr) {
-            warn(root, "<panel_pcc> is missing: the tuning carries no panel colour correction");
+            note(root, "missing", "<panel_pcc> is missing: the tuning carries no panel colour correction",
+                 "no panel correction");
             return;
         }
         checkChildren(pcc, "panel_pcc", "panel_pcc", {"r", "g", "b"});
@@ -375,8 +378,10 @@ private:
         for (int k = 0; k < 3; ++k) {
             XMLElement* row = pcc->FirstChildElement(kPccRows[k]);
             if (row == nullptr) {
-                warn(pcc, std::string("<panel_pcc> has no row <") + kPccRows[k] + ">: all its " +
-                              "coefficients are 0, so " + kPccRowColour[k] + " comes out as 0");
+                warn(pcc, "pcc-row-missing",
+                     std::string("<panel_pcc> has no row <") + kPccRows[k] +
+                         ">: all its coefficients are 0, so " + kPccRowColour[k] + " comes out as 0",
+                     "0 for every term");
                 continue;
             }
             const std::string label = std::string("panel_pcc><") + kPccRows[k];
@@ -387,24 +392,26 @@ private:
                 XMLElement* term = row->FirstChildElement(t.name);
                 if (term == nullptr) {
                     missing += std::string(missing.empty() ? "" : ", ") + t.name + " " +
-                               formatFloat(t.fallback);
+                               numberText(t.fallback);
                     identity = identity && t.fallback == t.identity[k];
                     continue;
                 }
                 float value = 0.0f;
                 if (term->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
-                    error(term, "<" + label + "><" + t.name + "> " +
-                                    inQuotes(trimmed(term->GetText())) +
-                                    " is not a number: falls back to " + formatFloat(t.fallback));
+                    error(term, "not-a-number",
+                          "<" + label + "><" + t.name + "> " + inQuotes(trimmed(term->GetText())) +
+                              " is not a number: falls back to " + numberText(t.fallback),
+                          numberText(t.fallback));
                 }
             }
             if (missing.empty()) continue;
             if (identity) {
-                warn(row, "<" + label + "> lacks terms that fall back to " + missing);
+                note(row, "pcc-partial", "<" + label + "> lacks terms that fall back to " + missing, missing);
             } else {
-                warn(row, "<" + label + "> is partial and its fallbacks are not an identity (" +
-                              missing + "): " + kPccRowColour[k] +
-                              " picks up the other channels");
+                warn(row, "pcc-partial",
+                     "<" + label + "> is partial and its fallbacks are not an identity (" + missing +
+                         "): " + kPccRowColour[k] + " picks up the other channels",
+                     missing);
             }
         }
     }
@@ -416,8 +423,10 @@ private:
         for (XMLElement* p = parent->FirstChildElement(name); p; p = p->NextSiblingElement(name)) {
             int value = 0;
             if (p->QueryIntText(&value) != tinyxml2::XML_SUCCESS) {
-                error(p, std::string("control point <") + name + "> " +
-                             inQuotes(trimmed(p->GetText())) + " is not an integer: read as 0");
+                error(p, "not-a-number",
+                      std::string("control point <") + name + "> " + inQuotes(trimmed(p->GetText())) +
+                          " is not an integer: read as 0",
+                      "0");
             }
             out.emplace_back(p, value);
         }
@@ -426,13 +435,14 @@ private:
 
     void checkToneMap(XMLElement* root, XMLElement* toneMap) {
         if (toneMap == nullptr) {
-            warn(root, "<tone_map> is missing: falls back to the built-in control points");
+            note(root, "missing", "<tone_map> is missing: falls back to the built-in control points",
+                 "the built-in control points");
             return;
         }
         checkChildren(toneMap, "", "tone_map", {"points"});
         XMLElement* pts = toneMap->FirstChildElement("points");
         if (pts == nullptr) {
-            error(toneMap, "<tone_map> has no <points>: the control points cannot be read");
+            error(toneMap, "points-missing", "<tone_map> has no <points>: the control points cannot be read");
             return;
         }
         checkChildren(pts, "", "points", {"x", "y"}, true);
@@ -447,19 +457,20 @@ private:
     void checkPointCount(XMLElement* pts, size_t count, const char* name, bool counted) {
         const std::string n = std::to_string(count);
         if (count < static_cast<size_t>(kCurvePoints)) {
-            error(pts, "<points> has " + n + " <" + name + "> values; the format needs 17");
+            error(pts, "points-too-few", "<points> has " + n + " <" + name + "> values; the format needs 17");
         } else if (counted && count > static_cast<size_t>(kCurveMaxPoints)) {
-            error(pts, "<points> has " + n + " <x> values: more than the table's 24 slots");
+            error(pts, "points-too-many",
+                  "<points> has " + n + " <x> values: more than the table's 24 slots");
         } else if (count > static_cast<size_t>(kCurvePoints)) {
             std::string message = "<points> has " + n + " <" + name +
                                   "> values: only the first 17 are stored";
             if (!counted) {
-                warn(pts, message);
+                warn(pts, "points-extra", message);
             } else if (result_.versionTwo) {
-                error(pts, message + ", but the count " + n +
-                               " is kept, so the table curve reads empty slots");
+                error(pts, "points-extra",
+                      message + ", but the count " + n + " is kept, so the table curve reads empty slots");
             } else {
-                warn(pts, message + ", but the count " + n + " is kept");
+                warn(pts, "points-extra", message + ", but the count " + n + " is kept");
             }
         }
     }
@@ -472,14 +483,15 @@ private:
             const std::string label = std::string("control point ") + name + "[" +
                                       std::to_string(i) + "] = " + std::to_string(v);
             if (v < 0 || v > kMaxCode) {
-                error(el, label + " is outside the 10-bit codes 0..1023");
+                error(el, "point-out-of-range", label + " is outside the 10-bit codes 0..1023");
                 continue;
             }
             if (i == 0) continue;
             const int previous = values[i - 1].second;
             if (v < previous || (strictlyRising && v == previous)) {
-                error(el, label + (strictlyRising ? " does not rise above " : " falls below ") +
-                              std::to_string(previous) + " (the point before it)");
+                error(el, "points-not-rising",
+                      label + (strictlyRising ? " does not rise above " : " falls below ") +
+                          std::to_string(previous) + " (the point before it)");
             }
         }
     }
@@ -493,13 +505,14 @@ private:
         if (maxEl) maxEl->QueryIntText(&peak);
         const float storedPeak = static_cast<float>(static_cast<uint16_t>(peak));
         if (storedPeak > 0.0f && black >= storedPeak) {
-            error(minEl ? minEl : root, "panel black level " + formatFloat(black) +
-                                            " nits is not below the panel peak " +
-                                            formatFloat(storedPeak) + " nits");
+            error(minEl ? minEl : root, "black-above-peak",
+                  "panel black level " + numberText(black) + " nits is not below the panel peak " +
+                      numberText(storedPeak) + " nits");
         }
     }
 
     CheckResult& result_;
+    std::vector<std::string> lines_;  // the file's text, for columns
 };
 
 // "mismatched element: XMLElement name=x" from tinyxml2's error name and text.
@@ -515,53 +528,61 @@ std::string xmlErrorText(const tinyxml2::XMLDocument& doc) {
     return name;
 }
 
-const char* severityName(Severity s) { return s == Severity::kError ? "error" : "warning"; }
-
 }  // namespace
 
-int CheckResult::errors() const {
-    return static_cast<int>(std::count_if(diagnostics.begin(), diagnostics.end(),
-                                          [](const Diagnostic& d) {
-                                              return d.severity == Severity::kError;
-                                          }));
+const char* severityName(Severity s) {
+    switch (s) {
+        case Severity::kError: return "error";
+        case Severity::kWarning: return "warning";
+        case Severity::kNote: return "note";
+    }
+    return "?";
 }
 
-int CheckResult::warnings() const { return static_cast<int>(diagnostics.size()) - errors(); }
+int CheckResult::count(Severity s) const {
+    return static_cast<int>(std::count_if(diagnostics.begin(), diagnostics.end(),
+                                          [s](const Diagnostic& d) { return d.severity == s; }));
+}
 
 CheckResult checkTuningFile(const std::string& path) {
     CheckResult result;
     std::error_code ec;
     if (std::filesystem::is_directory(path, ec)) {
-        result.diagnostics.push_back({0, Severity::kError, "is a directory, not a tuning file"});
-        return result;
-    }
-    std::ifstream probe(path);
-    if (!probe) {
         result.diagnostics.push_back(
-            {0, Severity::kError, std::string("cannot read the file: ") + std::strerror(errno)});
+            {0, 0, Severity::kError, "unreadable", "is a directory, not a tuning file", ""});
         return result;
     }
-    probe.close();
+    std::ifstream in(path);
+    if (!in) {
+        result.diagnostics.push_back({0, 0, Severity::kError, "unreadable",
+                                      std::string("cannot read the file: ") + std::strerror(errno), ""});
+        return result;
+    }
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    in.close();
     // Parsed as the library's loader parses it: entities on, whitespace collapsed.
     tinyxml2::XMLDocument doc(true, tinyxml2::COLLAPSE_WHITESPACE);
     if (doc.LoadFile(path.c_str()) != tinyxml2::XML_SUCCESS) {
         result.diagnostics.push_back(
-            {doc.ErrorLineNum(), Severity::kError,
+            {doc.ErrorLineNum(), 0, Severity::kError, "not-xml",
              "not well-formed XML (" + xmlErrorText(doc) +
-                 "): the library ignores the file and runs on an all-zero tuning"});
+                 "): the library ignores the file and runs on an all-zero tuning",
+             "nothing"});
         return result;
     }
     XMLElement* root = doc.FirstChildElement("hdr_lib");
     if (root == nullptr) {
         XMLElement* other = doc.FirstChildElement();
         result.diagnostics.push_back(
-            {other ? other->GetLineNum() : 1, Severity::kError,
+            {other ? other->GetLineNum() : 1, 0, Severity::kError, "wrong-root",
              std::string("the root element is ") +
                  (other ? "<" + std::string(other->Name()) + ">" : "missing") +
-                 ", not <hdr_lib>: the library ignores the file and runs on an all-zero tuning"});
+                 ", not <hdr_lib>: the library ignores the file and runs on an all-zero tuning",
+             "nothing"});
         return result;
     }
-    Checker(result).checkRoot(root);
+    Checker(result, std::move(lines)).checkRoot(root);
     std::stable_sort(result.diagnostics.begin(), result.diagnostics.end(),
                      [](const Diagnostic& a, const Diagnostic& b) { return a.line < b.line; });
     return result;
@@ -570,7 +591,23 @@ CheckResult checkTuningFile(const std::string& path) {
 std::string formatDiagnostic(const std::string& path, const Diagnostic& d) {
     std::string out = path;
     if (d.line > 0) out += ":" + std::to_string(d.line);
+    if (d.line > 0 && d.column > 0) out += ":" + std::to_string(d.column);
     return out + ": " + severityName(d.severity) + ": " + d.message;
+}
+
+std::string diagnosticsJson(const std::string& path, const CheckResult& result) {
+    nlohmann::json list = nlohmann::json::array();
+    const auto orNull = [](int v) { return v > 0 ? nlohmann::json(v) : nlohmann::json(); };
+    for (const Diagnostic& d : result.diagnostics) {
+        list.push_back({{"file", path},
+                        {"line", orNull(d.line)},
+                        {"column", orNull(d.column)},
+                        {"severity", severityName(d.severity)},
+                        {"code", d.code},
+                        {"message", d.message},
+                        {"stored", d.stored.empty() ? nlohmann::json() : nlohmann::json(d.stored)}});
+    }
+    return list.dump(2);
 }
 
 int checkExitStatus(const CheckResult& result, bool strict) {

@@ -1,20 +1,18 @@
+// demo and lut: run configurations through the entry and write what it gives.
 #include "commands.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "command_inputs.h"
 #include "cube_file.h"
 #include "hdr_playback.h"
+#include "output_files.h"
 #include "preview.h"
 #include "tone_curve_plot.h"
-#include "tuning_check.h"
 
 namespace hdrtm::tool {
 namespace {
@@ -26,49 +24,6 @@ constexpr uint32_t kDemoMasterHigh = 4000;  // nits
 constexpr uint32_t kDemoCllLow = 600;       // nits
 constexpr uint32_t kDemoCllHigh = 1500;     // nits
 constexpr const char* kCurveFile = "tone_curve.svg";
-
-void requireReadable(const std::string& path, const char* what) {
-    std::error_code ec;
-    if (!fs::exists(path, ec)) throw CommandError(std::string(what) + " " + path + " does not exist");
-    if (fs::is_directory(path, ec)) throw CommandError(std::string(what) + " " + path + " is a directory");
-    if (access(path.c_str(), R_OK) != 0) {
-        throw CommandError(std::string(what) + " " + path + " is not readable: " + std::strerror(errno));
-    }
-}
-
-void makeOutputDir(const std::string& dir) {
-    std::error_code ec;
-    fs::create_directories(dir, ec);
-    if (ec || !fs::is_directory(dir)) {
-        throw CommandError("cannot create the output folder " + dir + ": " + ec.message());
-    }
-}
-
-// Checks a tuning file before the library sees it: the library would absorb
-// its mistakes silently. Errors stop the command; warnings are counted.
-CheckResult vetTuning(const std::string& path) {
-    requireReadable(path, "tuning file");
-    CheckResult check = checkTuningFile(path);
-    if (check.errors() > 0) {
-        for (const Diagnostic& d : check.diagnostics) {
-            if (d.severity == Severity::kError) std::cerr << formatDiagnostic(path, d) << "\n";
-        }
-        throw CommandError("the tuning file " + path + " has " + std::to_string(check.errors()) +
-                           " error(s); the library would not use it as written");
-    }
-    if (check.warnings() > 0) {
-        std::cerr << "hdrtm: note: " << path << " has " << check.warnings()
-                  << " warning(s); see hdrtm check " << path << "\n";
-    }
-    return check;
-}
-
-TMParams defaultParams() {
-    TMParams p;
-    std::memset(&p, 0, sizeof(p));
-    set_default_vals(&p);
-    return p;
-}
 
 std::string twoDigits(int n) {
     char buffer[16];
@@ -100,8 +55,11 @@ struct ConfigSummary {
     std::vector<WrittenLut> files;
 };
 
+// Runs one configuration and writes its LUTs; `written` collects the names
+// of the files as they land, so a failed run can take them back.
 ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptions& options,
-                          bool versionTwo, const std::string& tuningLabel) {
+                          bool versionTwo, const std::string& tuningLabel,
+                          std::vector<std::string>& written) {
     ConfigSummary summary{index, config, runConfiguration(config, options.repeat, versionTwo), {}};
     if (options.verbose) {
         for (const std::string& line : lastLibraryLog()) std::cerr << "  LIBHDR_TM: " << line << "\n";
@@ -129,16 +87,26 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
             notes.push_back("hardware payload: uniform flag " + std::to_string(p.payloadUniform));
         }
         const std::string title = config.describe() + " - " + p.label;
-        writeCube((fs::path(options.outputDir) / w.cube).string(), p.lut, title, notes);
-        if (!p.lut.uniformGrid) {
-            w.grid = base + ".grid.txt";
-            writeGridPositions((fs::path(options.outputDir) / w.grid).string(), w.cube, p.lut,
-                               p.hardwareGrid);
-        }
+        const auto inFolder = [&](const std::string& name) {
+            return (fs::path(options.outputDir) / name).string();
+        };
+        // The preview is drawn before anything is written, so a LUT never
+        // lands without it.
+        std::string preview;
         if (options.previews) {
             w.preview = base + "_preview.png";
-            writePng((fs::path(options.outputDir) / w.preview).string(),
-                     renderPreview(toCubeTable(p.lut), title));
+            preview = encodePng(*renderPreview(toCubeTable(p.lut), title));
+        }
+        writeCube(inFolder(w.cube), p.lut, title, notes);
+        written.push_back(w.cube);
+        if (!p.lut.uniformGrid) {
+            w.grid = base + ".grid.txt";
+            writeGridPositions(inFolder(w.grid), w.cube, p.lut, p.hardwareGrid);
+            written.push_back(w.grid);
+        }
+        if (options.previews) {
+            writeFileAtomically(inFolder(w.preview), preview);
+            written.push_back(w.preview);
         }
         summary.files.push_back(w);
     }
@@ -243,14 +211,25 @@ void reportProblems(const std::vector<ConfigSummary>& all) {
     }
 }
 
-int runAll(const std::vector<Configuration>& configs, const RunOptions& options, bool versionTwo,
-           const std::string& tuningLabel, const TMParams& curveParams) {
-    makeOutputDir(options.outputDir);
-    std::vector<ConfigSummary> all;
+// Why each layer that got no LUT got none, and what would give one.
+void explainMissingLuts(const std::vector<ConfigSummary>& all) {
+    for (const ConfigSummary& s : all) {
+        for (size_t i = 0; i < s.result.rows.size(); ++i) {
+            if (s.result.remedies[i].empty()) continue;
+            std::cerr << "hdrtm: note: configuration " << s.index << ", layer " << i
+                      << ": the entry's decision table took the row \"" << s.result.rows[i]
+                      << "\"; " << s.result.remedies[i] << "\n";
+        }
+    }
+}
+
+void runEach(const std::vector<Configuration>& configs, const RunOptions& options, bool versionTwo,
+             const std::string& tuningLabel, const TMParams& curveParams,
+             std::vector<ConfigSummary>& all, std::vector<std::string>& written) {
     const int total = static_cast<int>(configs.size());
     for (int i = 0; i < total; ++i) {
         std::cerr << "[" << (i + 1) << "/" << total << "] " << configs[i].describe() << std::flush;
-        all.push_back(runAndWrite(i + 1, configs[i], options, versionTwo, tuningLabel));
+        all.push_back(runAndWrite(i + 1, configs[i], options, versionTwo, tuningLabel, written));
         const size_t luts = all.back().result.luts.size();
         std::cerr << " ... " << (all.back().result.status == 0 ? "refused"
                                  : luts == 0                   ? "no LUT"
@@ -264,7 +243,26 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
     upperRangeFromLog(&plotted);
     writeCurvePlot(sampleToneCurve(plotted, "Tone curve: " + tuningLabel),
                    (fs::path(options.outputDir) / kCurveFile).string());
+    written.push_back(kCurveFile);
+    writeManifest(options.outputDir, written);
+}
+
+int runAll(const std::vector<Configuration>& configs, const RunOptions& options, bool versionTwo,
+           const std::string& tuningLabel, const TMParams& curveParams, bool explain) {
+    prepareRunFolder(options.outputDir, options.force);
+    std::vector<ConfigSummary> all;
+    std::vector<std::string> written;
+    try {
+        runEach(configs, options, versionTwo, tuningLabel, curveParams, all, written);
+    } catch (...) {
+        // End the progress line, and take back this run's files: a run is
+        // written whole or not at all.
+        std::cerr << std::endl;
+        removeRunFiles(options.outputDir, written);
+        throw;
+    }
     reportProblems(all);
+    if (explain) explainMissingLuts(all);
     bool problems = false;
     for (const ConfigSummary& s : all) problems = problems || !s.result.problems.empty();
     if (options.json) {
@@ -273,27 +271,23 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
         printTable(all);
         size_t files = 0;
         for (const ConfigSummary& s : all) files += s.files.size();
-        std::cout << "\nWrote " << files << " LUTs as .cube files" << (options.previews ? " with previews" : "")
-                  << " and the tone curve (" << kCurveFile << ") to " << fs::absolute(options.outputDir).string()
-                  << "\n";
+        std::cout << "\n";
+        if (files == 0)
+            std::cout << "No LUT: the entry gives none for this configuration (the note says why). ";
+        if (files > 0) {
+            std::cout << "Wrote " << files << " LUTs as .cube files"
+                      << (options.previews ? " with previews" : "") << " and the tone curve";
+        } else {
+            std::cout << "Wrote the tone curve";
+        }
+        std::cout << " (" << kCurveFile << ") to " << fs::absolute(options.outputDir).string() << "\n";
     }
-    return problems ? kExitError : kExitOk;
+    if (problems) return kExitError;
+    size_t luts = 0;
+    for (const ConfigSummary& s : all) luts += s.files.size();
+    return explain && luts == 0 ? kExitNoLut : kExitOk;
 }
 
-// A vetted tuning file as the library loads it, for the tone-curve plot,
-// which needs the record itself.
-TMParams loadTuning(const std::string& path, bool* versionTwo) {
-    *versionTwo = vetTuning(path).versionTwo;
-    TMParams params;
-    PccCoefficients pcc;
-    std::memset(&params, 0, sizeof(params));
-    params.pcc = &pcc;
-    if (HDR_load_tone_mapping_xml(path.c_str(), &params) != 0) {
-        throw CommandError("the library cannot load the tuning file " + path);
-    }
-    params.pcc = nullptr;
-    return params;
-}
 
 }  // namespace
 
@@ -328,23 +322,20 @@ std::vector<Configuration> demoConfigurations() {
     return configs;
 }
 
-int runDemo(const RunOptions& options) {
-    std::string error;
-    if (!setTuningProperty("", &error)) throw CommandError(error);
-    return runAll(demoConfigurations(), options, false, "built-in defaults", defaultParams());
-}
-
-int runLut(const std::string& tuningPath, const Configuration& config, const RunOptions& options) {
+// Runs `configs` on the tuning at `tuningPath` (the built-in defaults when
+// empty); `explain` says why a layer got no LUT.
+int runConfigurations(const std::string& tuningPath, const std::vector<Configuration>& configs,
+                      const RunOptions& options, bool explain) {
     TMParams curveParams = defaultParams();
     bool versionTwo = false;
     std::string label = "built-in defaults";
     std::string error;
     if (!tuningPath.empty()) {
-        curveParams = loadTuning(tuningPath, &versionTwo);
+        curveParams = loadTuning(tuningPath, options.force, &versionTwo);
         label = tuningPath;
     }
     if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
-    const int status = runAll({config}, options, versionTwo, label, curveParams);
+    const int status = runAll(configs, options, versionTwo, label, curveParams, explain);
     if (!tuningPath.empty()) {
         const std::vector<std::string>& log = lastLibraryLog();
         if (std::find(log.begin(), log.end(), "TMParam loading fails!") != log.end()) {
@@ -354,53 +345,12 @@ int runLut(const std::string& tuningPath, const Configuration& config, const Run
     return status;
 }
 
-int runCheck(const std::string& path, bool strict) {
-    const CheckResult result = checkTuningFile(path);
-    for (const Diagnostic& d : result.diagnostics) std::cout << formatDiagnostic(path, d) << "\n";
-    if (result.diagnostics.empty()) {
-        std::cout << path << ": no problems found\n";
-    } else {
-        std::cout << path << ": " << result.errors() << " error(s), " << result.warnings()
-                  << " warning(s)\n";
-    }
-    return checkExitStatus(result, strict);
+int runDemo(const std::string& tuningPath, const RunOptions& options) {
+    return runConfigurations(tuningPath, demoConfigurations(), options, false);
 }
 
-int runCurve(const std::string& tuningPath, const std::string& outputPath, float contentPeakNits) {
-    TMParams params = defaultParams();
-    std::string title = "Tone curve: built-in defaults";
-    bool versionTwo = false;
-    if (!tuningPath.empty()) {
-        params = loadTuning(tuningPath, &versionTwo);
-        title = "Tone curve: " + fs::path(tuningPath).filename().string();
-    }
-    // One call of the entry with a BT.2020 PQ layer mastered at the content
-    // peak: the upper-range knobs are the ones the entry derives from it.
-    std::string error;
-    if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
-    LayerConfig layer;
-    layer.masterNits = static_cast<uint32_t>(contentPeakNits);
-    runConfiguration({{layer}, kBlendSpacePerLayer, false}, 0, versionTwo);
-    upperRangeFromLog(&params);
-    writeCurvePlot(sampleToneCurve(params, title), outputPath);
-    std::cout << "Wrote the tone curve to " << outputPath << "\n";
-    return kExitOk;
-}
-
-int runPreview(const std::string& cubePath, const std::string& outputPath, const std::string& input,
-               const std::string& output, float peakNits) {
-    requireReadable(cubePath, "LUT file");
-    CubeTable table = readCube(cubePath);
-    if (!input.empty() && (!parseSignal(input, &table.input) || table.input == Signal::kPanel)) {
-        throw CommandError("--input must be pq, hlg or sdr, not \"" + input + "\"");
-    }
-    if (!output.empty() && (!parseSignal(output, &table.output) || table.output == Signal::kSdr)) {
-        throw CommandError("--output must be panel, pq or hlg, not \"" + output + "\"");
-    }
-    if (peakNits > 0.0f) table.panel.peakNits = peakNits;
-    writePng(outputPath, renderPreview(table, fs::path(cubePath).filename().string()));
-    std::cout << "Wrote the preview to " << outputPath << "\n";
-    return kExitOk;
+int runLut(const std::string& tuningPath, const Configuration& config, const RunOptions& options) {
+    return runConfigurations(tuningPath, {config}, options, true);
 }
 
 }  // namespace hdrtm::tool

@@ -1,0 +1,31 @@
+// check: a tuning file's diagnostics as text or JSON.
+#include <iostream>
+
+#include "commands.h"
+#include "tuning_check.h"
+
+namespace hdrtm::tool {
+
+int runCheck(const std::string& path, const CheckOptions& options) {
+    const CheckResult result = checkTuningFile(path);
+    if (options.json) {
+        std::cout << diagnosticsJson(path, result) << "\n";
+        return checkExitStatus(result, options.strict);
+    }
+    for (const Diagnostic& d : result.diagnostics) {
+        if (d.severity != Severity::kNote || options.verbose) std::cout << formatDiagnostic(path, d) << "\n";
+    }
+    if (result.errors() + result.warnings() == 0) {
+        std::cout << path << ": no problems found";
+    } else {
+        std::cout << path << ": " << result.errors() << " error(s), " << result.warnings() << " warning(s)";
+    }
+    if (result.notes() > 0) {
+        std::cout << "; " << result.notes() << " note(s) on fallbacks"
+                  << (options.verbose ? "" : " (shown with -v)");
+    }
+    std::cout << "\n";
+    return checkExitStatus(result, options.strict);
+}
+
+}  // namespace hdrtm::tool

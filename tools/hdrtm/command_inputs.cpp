@@ -1,0 +1,64 @@
+#include "command_inputs.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+
+#include "commands.h"
+#include "hdr_playback.h"
+
+namespace hdrtm::tool {
+namespace fs = std::filesystem;
+
+void requireReadable(const std::string& path, const char* what) {
+    std::error_code ec;
+    if (!fs::exists(path, ec)) throw CommandError(std::string(what) + " " + path + " does not exist");
+    if (fs::is_directory(path, ec)) throw CommandError(std::string(what) + " " + path + " is a directory");
+    if (access(path.c_str(), R_OK) != 0) {
+        throw CommandError(std::string(what) + " " + path + " is not readable: " + std::strerror(errno));
+    }
+}
+
+CheckResult vetTuning(const std::string& path, bool force) {
+    requireReadable(path, "tuning file");
+    CheckResult check = checkTuningFile(path);
+    for (const Diagnostic& d : check.diagnostics) {
+        if (d.severity != Severity::kNote) std::cerr << formatDiagnostic(path, d) << "\n";
+    }
+    if (check.errors() > 0 && !force) {
+        throw CommandError("the tuning file " + path + " has " + std::to_string(check.errors()) +
+                           " error(s) (above): the library would not use it as written; fix them, "
+                           "or add --force to build from it anyway");
+    }
+    if (check.errors() > 0) {
+        std::cerr << "hdrtm: warning: building from " << path << " despite its " << check.errors()
+                  << " error(s) (--force)\n";
+    }
+    return check;
+}
+
+TMParams defaultParams() {
+    TMParams p;
+    std::memset(&p, 0, sizeof(p));
+    set_default_vals(&p);
+    return p;
+}
+
+TMParams loadTuning(const std::string& path, bool force, bool* versionTwo) {
+    *versionTwo = vetTuning(path, force).versionTwo;
+    TMParams params;
+    PccCoefficients pcc;
+    std::memset(&params, 0, sizeof(params));
+    params.pcc = &pcc;
+    if (HDR_load_tone_mapping_xml(path.c_str(), &params) != 0) {
+        throw CommandError("the library cannot load the tuning file " + path);
+    }
+    params.pcc = nullptr;
+    return params;
+}
+
+}  // namespace hdrtm::tool

@@ -1,0 +1,26 @@
+// What the commands share: their inputs checked and loaded.
+#pragma once
+
+#include <string>
+
+#include "tm_params.h"
+#include "tuning_check.h"
+
+namespace hdrtm::tool {
+
+// Throws CommandError unless `path` is a readable file; `what` names it.
+void requireReadable(const std::string& path, const char* what);
+
+// Checks a tuning file before the library sees it: the library would absorb
+// its mistakes silently. Errors and warnings are printed in full; errors
+// throw CommandError unless `force`.
+CheckResult vetTuning(const std::string& path, bool force);
+
+// The built-in defaults as the library sets them.
+TMParams defaultParams();
+
+// A vetted tuning file as the library loads it, for the tone-curve plot,
+// which needs the record itself.
+TMParams loadTuning(const std::string& path, bool force, bool* versionTwo);
+
+}  // namespace hdrtm::tool

@@ -1,0 +1,80 @@
+// curve: the tone curve a tuning gives, and whether the content peak reaches it.
+#include <filesystem>
+#include <iostream>
+
+#include "command_inputs.h"
+#include "commands.h"
+#include "hdr_playback.h"
+#include "number_text.h"
+#include "playback_run.h"
+#include "tone_curve_plot.h"
+
+namespace hdrtm::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr float kClipLumaFloorNits = 1000.0f;  // the entry never clips content below this
+
+
+// The tone curve the entry uses for content mastered at `peakNits` (0: no
+// mastering metadata): one call with a BT.2020 PQ layer, whose log gives the
+// upper-range knobs the entry derived from it.
+CurvePlotData curveForPeak(TMParams params, float peakNits, bool versionTwo, const std::string& title) {
+    LayerConfig layer;
+    layer.masterNits = static_cast<uint32_t>(peakNits);
+    runConfiguration({{layer}, kBlendSpacePerLayer, false}, 0, versionTwo);
+    upperRangeFromLog(&params);
+    return sampleToneCurve(params, title);
+}
+
+// Why the content peak does not reach the curve of `params`.
+std::string whyPeakIsIgnored(const TMParams& params, bool tuned, float peakNits) {
+    const std::string followIt = "for a curve that follows the content, a tuning needs "
+                                 "<upper><enableM>0</enableM> and <fixedClip>0</fixedClip>";
+    if (!tuned) return "the built-in defaults clip at a fixed luminance; " + followIt;
+    if (params.enableM != 0) {
+        return "the tuning's <upper><enableM> is " + std::to_string(params.enableM) +
+               ", so the curve's shoulder follows <sharp>, not the content's peak; " + followIt;
+    }
+    if (params.fixedClip != 0) {
+        return "the tuning's <upper><fixedClip> is " + std::to_string(params.fixedClip) +
+               ", so the curve clips at its <clipLuma> of " + numberText(params.clipLuma) + " nits; " + followIt;
+    }
+    if (peakNits < kClipLumaFloorNits) return "the entry clips content peaks below 1000 nits at 1000";
+    return "this tuning gives the same curve for every content peak";
+}
+
+}  // namespace
+
+int runCurve(const std::string& tuningPath, const std::string& outputPath, float contentPeakNits,
+             bool force) {
+    TMParams params = defaultParams();
+    std::string title = "Tone curve: built-in defaults";
+    bool versionTwo = false;
+    if (!tuningPath.empty()) {
+        params = loadTuning(tuningPath, force, &versionTwo);
+        title = "Tone curve: " + fs::path(tuningPath).filename().string();
+    }
+    std::string error;
+    if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
+    if (contentPeakNits > 0.0f) title += ", content peak " + numberText(contentPeakNits) + " nits";
+    const CurvePlotData data = curveForPeak(params, contentPeakNits, versionTwo, title);
+    if (contentPeakNits > 0.0f) {
+        // Compared with the curve of content without a mastering peak.
+        const CurvePlotData plain = curveForPeak(params, 0.0f, versionTwo, title);
+        bool same = true;
+        for (size_t k = 0; k < data.curves.size(); ++k)
+            same = same && data.curves[k].points == plain.curves[k].points;
+        if (same) {
+            std::cerr << "hdrtm: note: --content-peak " << numberText(contentPeakNits)
+                      << " does not change this curve: "
+                      << whyPeakIsIgnored(params, !tuningPath.empty(), contentPeakNits) << "\n";
+        }
+    }
+    writeCurvePlot(data, outputPath);
+    std::cout << "Wrote the tone curve to " << outputPath << "\n";
+    return kExitOk;
+}
+
+}  // namespace hdrtm::tool

@@ -1,0 +1,30 @@
+// How hdrtm writes files: whole or not at all, and each run into a folder of
+// its own, so that no file from one run is mistaken for part of another.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace hdrtm::tool {
+
+// The list of files a run wrote, kept in its output folder.
+constexpr const char* kManifestName = "hdrtm-manifest.txt";
+
+// Writes `bytes` to a temporary file beside `path` and renames it over
+// `path`, so a failure leaves no half-written file. A device or pipe (say
+// /dev/stdout) is written directly. Throws std::runtime_error naming the path
+// and the reason.
+void writeFileAtomically(const std::string& path, const std::string& bytes);
+
+// Makes `dir` ready for a run: creates it, or, when it exists, removes the
+// files the manifest of an earlier run lists. Any other file in it is refused
+// (std::runtime_error naming it) unless `force`, which leaves such files be.
+void prepareRunFolder(const std::string& dir, bool force);
+
+// Records `files` (names inside `dir`) as the run's own.
+void writeManifest(const std::string& dir, const std::vector<std::string>& files);
+
+// Removes what a failed run wrote (names inside `dir`), ignoring errors.
+void removeRunFiles(const std::string& dir, const std::vector<std::string>& files);
+
+}  // namespace hdrtm::tool
