@@ -126,8 +126,8 @@ constexpr SegmentedPower kSrgbEncoding = {kSrgbLinearLimit, kSrgbLinearSlope, kS
 constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope, kBt709Exponent,
                                            kBt709Gain, kBt709Offset};
 
-// Block by block: a vectorised pass clamps each sample, decides its segment
-// and works out the linear ones, the powers run in a loop of their own, in sample
+// Block by block: a vectorised pass decides each sample's segment and works
+// out the linear ones, the powers run in a loop of their own, in sample
 // order, and a vectorised pass applies the power segment's gain and offset,
 // so that nothing waits on a power inside the call loop. Always inlined, so
 // that it is built for every variant of its callers.
@@ -138,7 +138,7 @@ constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope,
         float* const s = samples + start;
         const unsigned int n = std::min(count - start, kCallBlock);
         for (unsigned int j = 0; j < n; ++j) {
-            const float x = clampUnitKeepNaN(s[j]);
+            const float x = s[j];
             const bool linear = x <= curve.linearLimit;
             onPower[j] = !linear;
             s[j] = linear ? x * curve.linearSlope : x;

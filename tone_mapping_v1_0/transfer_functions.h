@@ -26,10 +26,9 @@ extern const double kBt709DecodeTable[kDecodeTableSize];
 constexpr float kGamma2p2EncodeExponent = floatFromBits(0x3EE8BA2E);
 
 // sRGB encoding (IEC 61966-2-1), in place, of `count` samples of linear
-// light, each clamped to [0, 1] first (NaN passes).
+// light in [0, 1] (NaN passes).
 void srgbEncodeSamples(float* samples, unsigned int count);
-// BT.709 OETF, in place, of `count` samples of linear light, each clamped to
-// [0, 1] first (NaN passes).
+// BT.709 OETF, in place, of `count` samples of linear light in [0, 1].
 void bt709EncodeSamples(float* samples, unsigned int count);
 // Scene light is scaled by 12 so that the HLG knee 1/12 becomes 1.0.
 constexpr float kHlgSceneScale = 12.0f;
