@@ -88,8 +88,8 @@ def main():
     parser.add_argument("--repetitions", type=int, default=10)
     args = parser.parse_args()
     builds = []
-    for spec in args.binaries:
-        label, _, path = spec.rpartition("=")
+    for argument in args.binaries:
+        label, _, path = argument.rpartition("=")
         builds.append((label or "build", medians(path, args.repetitions)))
 
     print(f"Medians of {args.repetitions} repetitions, CPU microseconds per call. "
