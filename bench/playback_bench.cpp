@@ -51,9 +51,11 @@ constexpr const char* kTuningProperty = "ro.vendor.display.hdr.config";
 // the version 2.0 example tuning.
 enum class Tuning { kDefaults, kVersion2 };
 
-void selectTuning(benchmark::State& state, Tuning tuning) {
+bool selectTuning(benchmark::State& state, Tuning tuning) {
     const char* path = tuning == Tuning::kDefaults ? "" : HDRTM_BENCH_TUNING_FILE;
-    if (property_set(kTuningProperty, path) != 0) state.SkipWithError("tuning path too long");
+    if (property_set(kTuningProperty, path) == 0) return true;
+    state.SkipWithError("tuning path longer than a property value");
+    return false;
 }
 
 constexpr unsigned kEntries = 17 * 17 * 17;
@@ -130,7 +132,7 @@ private:
 
 void BM_PlaybackEntry(benchmark::State& state, Tuning tuning, uint32_t blendSpace, uint8_t hw,
                       std::vector<uint32_t> transfers, uint32_t contentClass) {
-    selectTuning(state, tuning);
+    if (!selectTuning(state, tuning)) return;
     EntryCall call(blendSpace, hw, transfers, contentClass);
     SimulatorCall simulator;
     __android_log_set_logger(discardLine);
