@@ -1,66 +1,153 @@
 #!/usr/bin/env python3
-"""Runs hdr_tm_bench with repetitions and prints, from the medians, each LUT
-pipeline as a ratio to its maths floor and each entry row (logging discarded,
-and silenced) as a ratio to the floor of the maths calls it makes.
+"""Runs hdr_tm_bench with repetitions and prints, from the medians, every
+pipeline configuration as a ratio to its maths floor and each entry row (log
+lines formatted and discarded, and logging silenced) as a ratio to the floor
+of the maths calls it makes, as Markdown tables.
 
 In the bench binary every maths call of the library passes through a small
 forwarding function (it records the arguments for the floors). What that
 adds, the forwarded floor less the floor, is taken off each timed case
 before the ratio is formed, so the ratios are those of the library as it is
-linked on a device.
+linked on a device. The hardware rows also have the host colour-manager
+simulator taken off: on a device the colour manager is the vendor's.
 
-    bench/floor_report.py build/perf/bench/hdr_tm_bench [repetitions]
+Give one binary, or several as LABEL=PATH (say a GCC and a clang build):
+each gets its own columns, the builds run one after the other.
+
+    bench/floor_report.py build/bench/bench/hdr_tm_bench [--repetitions 10]
+    bench/floor_report.py gcc=build/bench/bench/hdr_tm_bench clang=build/clang/bench/hdr_tm_bench
 """
+import argparse
 import json
+import re
 import subprocess
-import sys
+
+PIPELINE_TARGET = 1.2
+ENTRY_TARGET = 1.3
 
 
 def medians(binary, repetitions):
+    """Benchmark name -> its counters' medians over the repetitions."""
     out = subprocess.run(
-        [binary, "--benchmark_filter=Pipeline|PlaybackEntry|ColorManagerSimulator",
+        [binary, "--benchmark_filter=BM_Pipeline/|BM_PipelineStages/|BM_PlaybackEntry/",
          f"--benchmark_repetitions={repetitions}",
          "--benchmark_report_aggregates_only=true", "--benchmark_format=json"],
         check=True, capture_output=True, text=True).stdout
     result = {}
     for b in json.loads(out)["benchmarks"]:
         if b.get("aggregate_name") == "median":
-            scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3}[b["time_unit"]]
-            result[b["run_name"]] = b["cpu_time"] * scale
+            # Names carry "/min_time:0.100" from the binary's minimum times.
+            result[re.sub(r"/min_time:[0-9.]+", "", b["run_name"])] = b
     return result
 
 
+def pipeline_rows(m):
+    """(configuration, time, forwarding, floor) in the binary's order."""
+    rows = []
+    for name, b in m.items():
+        if name.startswith("BM_Pipeline/"):
+            rows.append((name[len("BM_Pipeline/"):], b["pipeline_us"],
+                         b["forwarded_us"] - b["floor_us"], b["floor_us"]))
+    return rows
+
+
+def entry_rows(m):
+    """(row, logged, silent, forwarding, floor), the simulator taken off the
+    hardware rows; the layer-cleared rows (no pipeline) are left out."""
+    rows = []
+    for name, b in m.items():
+        if name.startswith("BM_PlaybackEntry/") and not name.startswith("BM_PlaybackEntry/NoPipeline"):
+            off = b.get("simulator_us", 0.0)
+            rows.append((name[len("BM_PlaybackEntry/"):], b["logged_us"] - off,
+                         b["silent_us"] - off, b["forwarded_us"] - b["floor_us"], b["floor_us"]))
+    return rows
+
+
+STAGES = ["decode", "ootf", "core", "gamut", "pcc", "encode", "scale"]
+
+
+def stage_rows(m):
+    """(configuration, {stage: µs above its own maths calls})."""
+    rows = []
+    for name, b in m.items():
+        if name.startswith("BM_PipelineStages/"):
+            above = {stage: b[f"{stage}_us"] - b[f"{stage}_floor_us"]
+                     for stage in STAGES if f"{stage}_us" in b}
+            rows.append((name[len("BM_PipelineStages/"):], above))
+    return rows
+
+
+def ratio(time, forwarding, floor, target):
+    r = (time - forwarding) / floor
+    return f"{r:.2f}" + (" **over**" if r > target else "")
+
+
 def main():
-    binary = sys.argv[1]
-    repetitions = int(sys.argv[2]) if len(sys.argv) > 2 else 10
-    m = medians(binary, repetitions)
-    print(f"medians of {repetitions} repetitions, CPU microseconds per call")
-    print("time: as timed here; fwd: what the forwarding adds to it; ratio: (time - fwd) / floor")
-    print(f"{'pipeline':28} {'time':>8} {'fwd':>6} {'floor':>8} {'ratio':>6}")
-    for name in ["PqForward", "HlgForward", "SdrToPq", "HlgToPq", "SdrToHlg"]:
-        t = m[f"BM_{name}Pipeline"]
-        f = m[f"BM_{name}PipelineFloor"]
-        w = m[f"BM_{name}PipelineForwardedFloor"] - f
-        print(f"{name:28} {t:8.1f} {w:6.1f} {f:8.1f} {(t - w) / f:6.2f}")
-    print(f"{'entry row':28} {'logged':>8} {'silent':>8} {'fwd':>6} {'floor':>8} {'ratio':>6} {'silent':>6}")
-    for row in ["PqPerLayer", "PqHardware", "HlgUnderPqBlend", "HlgPerLayer", "HlgHardware",
-                "SdrUnderPqBlend", "SdrUnderHlgBlend"]:
-        t = m[f"BM_PlaybackEntry/{row}"]
-        s = m[f"BM_PlaybackEntry/{row}Silent"]
-        f = m[f"BM_PlaybackEntryFloor/{row}"]
-        w = m[f"BM_PlaybackEntryFloor/{row}Forwarded"] - f
-        print(f"{row:28} {t:8.1f} {s:8.1f} {w:6.1f} {f:8.1f} {(t - w) / f:6.2f} {(s - w) / f:6.2f}")
-    sim = m["BM_ColorManagerSimulator"]
-    print(f"host colour-manager simulator per hardware-row call: {sim:.1f}")
-    for row in ["PqHardware", "HlgHardware"]:
-        s = m[f"BM_PlaybackEntry/{row}Silent"]
-        f = m[f"BM_PlaybackEntryFloor/{row}"]
-        w = m[f"BM_PlaybackEntryFloor/{row}Forwarded"] - f
-        print(f"{row + ' without simulator':28} {s - sim:8.1f} {'':>8} {w:6.1f} {f:8.1f} "
-              f"{'':>6} {(s - sim - w) / f:6.2f}")
-    t = m["BM_PlaybackEntry/NoPipeline"]
-    s = m["BM_PlaybackEntry/NoPipelineSilent"]
-    print(f"{'NoPipeline':28} {t:8.1f} {s:8.1f}")
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("binaries", nargs="+", help="PATH or LABEL=PATH")
+    parser.add_argument("--repetitions", type=int, default=10)
+    args = parser.parse_args()
+    builds = []
+    for argument in args.binaries:
+        label, _, path = argument.rpartition("=")
+        builds.append((label or "build", medians(path, args.repetitions)))
+
+    print(f"Medians of {args.repetitions} repetitions, CPU microseconds per call. "
+          f"time: as timed, less what the forwarding adds; floor: the replayed maths calls; "
+          f"targets {PIPELINE_TARGET} (pipelines) and {ENTRY_TARGET} (entry, logged).\n")
+    labels = [label for label, _ in builds]
+    header = ["pipeline / configuration"]
+    for label in labels:
+        header += [f"{label} time", f"{label} floor", f"{label} ratio"]
+    print("| " + " | ".join(header) + " |")
+    print("|" + "---|" * len(header))
+    tables = [pipeline_rows(m) for _, m in builds]
+    for i, (config, *_rest) in enumerate(tables[0]):
+        cells = [config]
+        for rows in tables:
+            _, t, w, f = rows[i]
+            cells += [f"{t - w:.0f}", f"{f:.0f}", ratio(t, w, f, PIPELINE_TARGET)]
+        print("| " + " | ".join(cells) + " |")
+
+    print()
+    header = ["entry row"]
+    for label in labels:
+        header += [f"{label} logged", f"{label} silent", f"{label} floor",
+                   f"{label} ratio logged", f"{label} ratio silent"]
+    print("| " + " | ".join(header) + " |")
+    print("|" + "---|" * len(header))
+    tables = [entry_rows(m) for _, m in builds]
+    for i, (row, *_rest) in enumerate(tables[0]):
+        cells = [row + (" (less simulator)" if "Hardware" in row else "")]
+        for rows in tables:
+            _, t, s, w, f = rows[i]
+            cells += [f"{t - w:.0f}", f"{s - w:.0f}", f"{f:.0f}",
+                      ratio(t, w, f, ENTRY_TARGET), ratio(s, w, f, ENTRY_TARGET)]
+        print("| " + " | ".join(cells) + " |")
+    print()
+    print("Microseconds a call above the stage's own maths calls, stage by stage "
+          "(each stage timed in turn with its calls; ootf is the HLG system gamma, "
+          "encode the output encoding, PQ or HLG encode of the inverse pipelines).\n")
+    header = ["pipeline / configuration"]
+    for label in labels:
+        header += [f"{label} {stage}" for stage in STAGES]
+    print("| " + " | ".join(header) + " |")
+    print("|" + "---|" * len(header))
+    tables = [stage_rows(m) for _, m in builds]
+    for i, (config, _) in enumerate(tables[0]):
+        cells = [config]
+        for rows in tables:
+            above = rows[i][1]
+            cells += [f"{above[stage]:.1f}" if stage in above else "" for stage in STAGES]
+        print("| " + " | ".join(cells) + " |")
+    print()
+    for label, m in builds:
+        simulator = [b["simulator_us"] for b in m.values() if "simulator_us" in b]
+        cleared = m["BM_PlaybackEntry/NoPipeline"]
+        print(f"{label}: host colour-manager simulator {min(simulator):.0f} to "
+              f"{max(simulator):.0f} µs a hardware call (taken off above); no pipeline "
+              f"(layer cleared) {cleared['logged_us']:.1f} µs logged, "
+              f"{cleared['silent_us']:.1f} µs silent")
 
 
 if __name__ == "__main__":

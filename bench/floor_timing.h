@@ -1,23 +1,58 @@
-// Times a maths floor: the replay of a recorded trace, straight to the maths
-// library or through the bench binary's forwarding functions.
+// Times pieces of work in turn, within every iteration, on the thread's CPU
+// clock: a pipeline or entry call beside its maths floor, the replay of its
+// recorded trace straight to the maths library and through the bench
+// binary's forwarding functions. Taken in turn, the pieces meet the same load
+// on a shared machine, so their ratio holds when the machine is busy.
 #pragma once
 
 #include <benchmark/benchmark.h>
 
+#include <ctime>
+#include <functional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "maths_trace.h"
 
-inline void timeFloor(benchmark::State& state, const mathstrace::Trace& trace,
-                      bool throughForwarders) {
-    std::vector<float> sink;
+struct TimedPiece {
+    std::string name;  // the counter: "<name>_us", microseconds a call
+    std::function<void()> work;
+};
+
+inline double threadCpuSeconds() {
+    timespec now;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+// Reading the thread's CPU clock costs about a microsecond; an empty piece
+// timed in every iteration measures it, and it is taken off every piece.
+inline void timeInTurn(benchmark::State& state, const std::vector<TimedPiece>& pieces) {
+    std::vector<double> seconds(pieces.size(), 0.0);
+    double clockSeconds = 0.0;
     for (auto _ : state) {
-        if (throughForwarders) {
-            mathstrace::replayThroughForwarders(trace, sink);
-        } else {
-            mathstrace::replay(trace, sink);
+        for (size_t i = 0; i < pieces.size(); ++i) {
+            const double start = threadCpuSeconds();
+            pieces[i].work();
+            benchmark::ClobberMemory();
+            seconds[i] += threadCpuSeconds() - start;
         }
+        const double start = threadCpuSeconds();
         benchmark::ClobberMemory();
+        clockSeconds += threadCpuSeconds() - start;
     }
-    state.counters["maths_calls"] = static_cast<double>(trace.calls());
+    for (size_t i = 0; i < pieces.size(); ++i) {
+        state.counters[pieces[i].name + "_us"] = benchmark::Counter(
+            (seconds[i] - clockSeconds) * 1e6, benchmark::Counter::kAvgIterations);
+    }
+    state.counters["clock_us"] =
+        benchmark::Counter(clockSeconds * 1e6, benchmark::Counter::kAvgIterations);
+}
+
+// The two floor pieces of a recorded trace; `sink` receives the results.
+inline std::vector<TimedPiece> floorPieces(const mathstrace::Trace& trace,
+                                           std::vector<float>& sink) {
+    return {{"floor", [&trace, &sink] { mathstrace::replay(trace, sink); }},
+            {"forwarded", [&trace, &sink] { mathstrace::replayThroughForwarders(trace, sink); }}};
 }

@@ -1,8 +1,9 @@
 // Pins every pipeline's float output bit for bit, before the truncation to
 // codes: a one-ulp change anywhere upstream shows here. Parameter sets cover
 // both curve forms, every gamut and output branch, the brightness, saturation
-// and linear-scale sections, both mapping directions and a non-identity panel
-// correction. HDRTM_UPDATE_GOLDEN=1 rewrites tests/data/golden_planes.txt.
+// and linear-scale sections with each curve form and each output encoding,
+// both mapping directions and a non-identity panel correction.
+// HDRTM_UPDATE_GOLDEN=1 rewrites tests/data/golden_planes.txt.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -34,6 +35,27 @@ const struct {
     {"inverse_direction_sat_linear_out", [](TMParams& p) {
          p.map_direction = MAP_INVERSE, p.sat_enable = 1, p.bright_enable = 1, p.sysGamma = 0.9f;
          p.gamut_mode = 2, p.output_gamma_space = GAMMA_LINEAR;
+     }},
+    {"table_sat_bright_srgb_gmap_pcc_12bit", [](TMParams& p) {
+         p.version = 1, CalCurveLUT(&p), p.sat_enable = 1, p.bright_enable = 1, p.sysGamma = 1.2f;
+         p.gamut_mode = 2, p.pcc_enable = 1, p.out_bit_depth = 12, p.output_gamma_space = GAMMA_SRGB;
+     }},
+    {"table_sat_bright_bt709_fixed", [](TMParams& p) {
+         p.version = 1, CalCurveLUT(&p), p.sat_enable = 1, p.bright_enable = 1, p.sysGamma = 0.8f;
+         p.gamut_mode = 1, p.panel_color_mode = SPACE_BT709, p.output_gamma_space = GAMMA_BT709;
+     }},
+    {"table_sat_bright_linear_custom", [](TMParams& p) {
+         p.version = 1, CalCurveLUT(&p), p.sat_enable = 1, p.bright_enable = 1, p.sysGamma = 1.2f;
+         p.linearScale = 1, p.scaleStart = 300.0f, p.ratio = 0.5f, p.output_gamma_space = GAMMA_CUSTOM;
+         p.output_gamma_val = 2.6f;
+     }},
+    {"sat_bright_srgb_gmap_pcc", [](TMParams& p) {
+         p.sat_enable = 1, p.bright_enable = 1, p.sysGamma = 1.2f, p.gamut_mode = 2, p.pcc_enable = 1;
+         p.output_gamma_space = GAMMA_SRGB;
+     }},
+    {"table_inverse_direction_sat_bright", [](TMParams& p) {
+         p.version = 1, CalCurveLUT(&p), p.map_direction = MAP_INVERSE, p.sat_enable = 1;
+         p.bright_enable = 1, p.sysGamma = 0.9f, p.output_gamma_space = GAMMA_BT709;
      }},
 };
 

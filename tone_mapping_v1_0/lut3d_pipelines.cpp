@@ -108,10 +108,12 @@ void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGam
             forEachSample(planes, count, [](float x) { return powf(x, kGamma2p2EncodeExponent); });
             break;
         case GAMMA_SRGB:
-            forEachSample(planes, count, [](float x) { return srgbEncode(clampUnitKeepNaN(x)); });
+            forEachSample(planes, count, clampUnitKeepNaN);
+            for (int k = 0; k < kPlaneCount; ++k) srgbEncodeSamples(planes[k], count);
             break;
         case GAMMA_BT709:
-            forEachSample(planes, count, [](float x) { return bt709Encode(clampUnitKeepNaN(x)); });
+            forEachSample(planes, count, clampUnitKeepNaN);
+            for (int k = 0; k < kPlaneCount; ++k) bt709EncodeSamples(planes[k], count);
             break;
         case GAMMA_CUSTOM: {
             const float exponent = 1.0f / outputGammaVal;

@@ -76,9 +76,9 @@ struct PowerPiece {
 };
 
 // The curve in either direction over `count` values in place, block by block,
-// in two passes: the first finds each point's piece and works out everything
+// in three passes: the first finds each point's piece and works out everything
 // but the power, without a branch, so that it vectorises; the second makes the
-// toe and shoulder powers, in point order. Every value is the bits of its
+// toe and shoulder powers, in point order; the third, vectorised, adds them. Every value is the bits of its
 // piece's own formula (e - g p is e + (-g) p exactly). Everything comes in by
 // value, so the compiler sees it does not change while the scratch is
 // written. Always inlined, so that it is built for every variant of its
@@ -115,7 +115,13 @@ template <typename Line, typename ToeBase, typename ShoulderBase>
             needsPower[j] = inToe | inShoulder;
         }
         for (uint32_t j = 0; j < n; ++j) {
-            if (needsPower[j]) x[j] = x[j] + gain[j] * powf(base[j], exponent[j]);
+            if (needsPower[j]) base[j] = powf(base[j], exponent[j]);
+        }
+        // The sum is formed for every point and kept where there is a power.
+        HDRTM_INDEPENDENT_POINTS
+        for (uint32_t j = 0; j < n; ++j) {
+            const float withPower = x[j] + gain[j] * base[j];
+            x[j] = needsPower[j] ? withPower : x[j];
         }
     }
 }
@@ -148,29 +154,48 @@ void logCurveInverse(const LogCurve& c, float* values, uint32_t count) {
         {toeWidth, 1.0f / e}, {-span, 1.0f / k});
 }
 
+// Piecewise-linear lookup from `in` to `out` over the first `count` points of
+// a control-point table (count capped at 24), extrapolating the end segments,
+// of `n` values in place (n at most kCallBlock).
+//
 // The search for the upper point j of the bracketing pair starts a quarter or
 // a half into the table and never passes the last point, so an input beyond
 // either end extrapolates the end segment. With fewer than two points the
-// first two slots are used; nothing outside the 24 slots is read.
-float interpolateControlPoints(const float* in, const float* out, uint32_t count, float v) {
-    const uint32_t n = std::min(count, static_cast<uint32_t>(kToneCurveMaxPoints));
-    const uint32_t half = n / 2;
-    const uint32_t quarter = n / 4;
-    const uint32_t last = n < 2 ? 1 : n - 1;
-    uint32_t j;
-    if (in[half] < v && in[half + quarter] < v) {
-        j = half + quarter + 1;
-    } else if (in[half] < v) {
-        j = half + 1;
-    } else if (in[quarter] < v) {
-        j = quarter + 1;
-    } else {
-        j = 1;
+// first two slots are used; nothing outside the 24 slots is read. Every value
+// is searched at once, slot by slot, so that the passes vectorise: a value
+// moves on from slot k only while it sits there and the point is not at or
+// above it, which is the upward search point by point. Always inlined, so
+// that it is built for every variant of its callers.
+[[gnu::always_inline]] inline void interpolateControlPoints(const float* in, const float* out,
+                                                            uint32_t count, float* values,
+                                                            uint32_t n) {
+    const uint32_t points = std::min(count, static_cast<uint32_t>(kToneCurveMaxPoints));
+    const uint32_t half = points / 2;
+    const uint32_t quarter = points / 4;
+    const uint32_t last = points < 2 ? 1 : points - 1;
+    const float atQuarter = in[quarter];
+    const float atHalf = in[half];
+    const float atThreeQuarters = in[half + quarter];
+    uint32_t upper[kCallBlock];
+    for (uint32_t j = 0; j < n; ++j) {
+        const float v = values[j];
+        uint32_t start = atQuarter < v ? quarter + 1 : 1;
+        start = atHalf < v ? half + 1 : start;
+        start = atHalf < v && atThreeQuarters < v ? half + quarter + 1 : start;
+        upper[j] = std::min(start, last);
     }
-    j = std::min(j, last);
-    while (j < last && !(in[j] >= v)) ++j;
-    const float t = (v - in[j - 1]) / (in[j] - in[j - 1]);
-    return out[j] * t + out[j - 1] * (1.0f - t);
+    for (uint32_t k = 1; k < last; ++k) {
+        const float point = in[k];
+        for (uint32_t j = 0; j < n; ++j) {
+            const bool movesOn = (upper[j] == k) & !(point >= values[j]);
+            upper[j] += movesOn;
+        }
+    }
+    for (uint32_t j = 0; j < n; ++j) {
+        const uint32_t u = upper[j];
+        const float t = (values[j] - in[u - 1]) / (in[u] - in[u - 1]);
+        values[j] = out[u] * t + out[u - 1] * (1.0f - t);
+    }
 }
 
 }  // namespace hdrtm
@@ -193,13 +218,15 @@ float logTMInverse(float y, float yMin, float yMax, float k, float xMax, unsigne
 
 // The count is read as unsigned: a negative count uses all 24 slots.
 float logTM_LUT(float x, toneMapperLUT* table) {
-    return hdrtm::interpolateControlPoints(table->points_x, table->points_y,
-                                           static_cast<uint32_t>(table->num_points), x);
+    hdrtm::interpolateControlPoints(table->points_x, table->points_y,
+                                    static_cast<uint32_t>(table->num_points), &x, 1);
+    return x;
 }
 
 float logTMInverse_LUT(float y, toneMapperLUT* table) {
-    return hdrtm::interpolateControlPoints(table->points_y, table->points_x,
-                                           static_cast<uint32_t>(table->num_points), y);
+    hdrtm::interpolateControlPoints(table->points_y, table->points_x,
+                                    static_cast<uint32_t>(table->num_points), &y, 1);
+    return y;
 }
 
 // Control points from 10-bit codes to log10 nits, in place: inputs are PQ
@@ -232,11 +259,30 @@ namespace hdrtm {
 namespace {
 
 // Luminance strictly between lo and hi bent by a power of its position in
-// that range, in place.
-void applyBrightnessGamma(float* luma, uint32_t count, float lo, float hi, float exponent) {
-    for (uint32_t i = 0; i < count; ++i) {
-        const float y = luma[i];
-        if (lo < y && y < hi) luma[i] = lo + (hi - lo) * powf((y - lo) / (hi - lo), exponent);
+// that range, in place. Block by block: a vectorised pass finds the points in
+// range and their positions, the powers run in a loop of their own, and a
+// vectorised pass puts the results back on the range. Always inlined, so that
+// it is built for every variant of yTM.
+[[gnu::always_inline]] inline void applyBrightnessGamma(float* luma, uint32_t count, float lo,
+                                                        float hi, float exponent) {
+    const float range = hi - lo;
+    uint32_t inRange[kCallBlock];
+    float position[kCallBlock];
+    for (uint32_t start = 0; start < count; start += kCallBlock) {
+        float* const y = luma + start;
+        const uint32_t n = std::min(count - start, kCallBlock);
+        for (uint32_t j = 0; j < n; ++j) {
+            inRange[j] = lo < y[j] && y[j] < hi;
+            position[j] = (y[j] - lo) / range;
+        }
+        for (uint32_t j = 0; j < n; ++j) {
+            if (inRange[j]) position[j] = powf(position[j], exponent);
+        }
+        HDRTM_INDEPENDENT_POINTS
+        for (uint32_t j = 0; j < n; ++j) {
+            const float bent = lo + range * position[j];
+            y[j] = inRange[j] ? bent : y[j];
+        }
     }
 }
 
@@ -255,17 +301,17 @@ void applyBrightnessGamma(float* luma, uint32_t count, float lo, float hi, float
     for (uint32_t start = 0; start < count; start += kCallBlock) {
         float* const y = luma + start;
         const uint32_t n = std::min(count - start, kCallBlock);
-        // A point that is not positive gets NaN, which the curve passes
-        // through without a power; its result is not used.
+        // A point that is not positive gets NaN, which the curve and the
+        // table pass through without a power; its result is not used.
         for (uint32_t j = 0; j < n; ++j) {
             mapped[j] = y[j] > 0.0f ? log10f(y[j] * kNitsPerUnit) : kNotMapped;
         }
         if (table != nullptr) {
-            for (uint32_t j = 0; j < n; ++j) {
-                if (y[j] > 0.0f) {
-                    mapped[j] =
-                        inverse ? logTMInverse_LUT(mapped[j], table) : logTM_LUT(mapped[j], table);
-                }
+            const uint32_t points = static_cast<uint32_t>(table->num_points);
+            if (inverse) {
+                interpolateControlPoints(table->points_y, table->points_x, points, mapped, n);
+            } else {
+                interpolateControlPoints(table->points_x, table->points_y, points, mapped, n);
             }
         } else if (inverse) {
             logCurveInverse(curve, mapped, n);

@@ -40,8 +40,4 @@ void logCurveForward(const LogCurve& curve, float* values, uint32_t count);
 // y back to x, for `count` values in place.
 void logCurveInverse(const LogCurve& curve, float* values, uint32_t count);
 
-// Piecewise-linear lookup from `in` to `out` over the first `count` points of
-// a control-point table (count capped at 24), extrapolating the end segments.
-float interpolateControlPoints(const float* in, const float* out, uint32_t count, float v);
-
 }  // namespace hdrtm

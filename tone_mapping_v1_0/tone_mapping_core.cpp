@@ -28,36 +28,39 @@ constexpr float kCbCrToRgb[3][2] = {
 constexpr float kChromaLimit = 0.5f;
 
 // Gain 1 below lo, maxGain from hi on, a straight line between (slope is
-// (maxGain - 1)/(hi - lo)).
-float saturationGain(float luma, float lo, float hi, float slope, float maxGain) {
-    if (lo > luma) return 1.0f;
-    if (hi <= luma) return maxGain;
-    return slope * luma + (1.0f - lo * slope);
+// (maxGain - 1)/(hi - lo)); a NaN luma takes the line. Written as selects so
+// that the boost's loop vectorises.
+inline float saturationGain(float luma, float lo, float hi, float slope, float maxGain) {
+    float gain = slope * luma + (1.0f - lo * slope);
+    gain = hi <= luma ? maxGain : gain;
+    return lo > luma ? 1.0f : gain;
 }
 
 struct LumaChroma {
     float y, cb, cr;
 };
 
-LumaChroma toLumaChroma(float r, float g, float b) {
+inline LumaChroma toLumaChroma(float r, float g, float b) {
     return {bt2020Luminance(r, g, b),
             kBt2020ToCb[0] * r + kBt2020ToCb[1] * g + kBt2020ToCb[2] * b,
             kBt2020ToCr[0] * r + kBt2020ToCr[1] * g + kBt2020ToCr[2] * b};
 }
 
 // The gain, cut to the factor that keeps both chroma components within
-// [-0.5, 0.5]; a point without chroma gets 0.
-float limitedGain(const LumaChroma& p, float lo, float hi, float slope, float maxGain) {
+// [-0.5, 0.5]; a point without chroma gets 0. The quotient is taken for
+// every point and kept only where there is chroma, so that the loop has no
+// branch.
+inline float limitedGain(const LumaChroma& p, float lo, float hi, float slope, float maxGain) {
     const float gain = saturationGain(p.y, lo, hi, slope, maxGain);
     const float m = maxOf(std::fabs(p.cb), std::fabs(p.cr));
-    const float limit = m > 0.0f ? kChromaLimit / m : 0.0f;
+    const float quotient = kChromaLimit / m;
+    const float limit = m > 0.0f ? quotient : 0.0f;
     return minOf(gain, limit);
 }
 
-void storeRgb(float y, float cb, float cr, float* const* planes, unsigned int i) {
-    for (int c = 0; c < kPlaneCount; ++c) {
-        planes[c][i] = clampUnitKeepNaN(y + kCbCrToRgb[c][0] * cb + kCbCrToRgb[c][1] * cr);
-    }
+// One channel of the way back from luma and chroma, clamped.
+inline float rgbChannel(int c, float y, float cb, float cr) {
+    return clampUnitKeepNaN(y + kCbCrToRgb[c][0] * cb + kCbCrToRgb[c][1] * cr);
 }
 
 // Luminance of the RGB planes replaced by its tone-mapped value, chromaticity
@@ -106,20 +109,30 @@ void rgbSatBoost(float** planes, unsigned int count, float lowerNits, float uppe
     const float lo = lowerNits / kNitsPerUnit;
     const float hi = upperNits / kNitsPerUnit;
     const float slope = (maxGain - 1.0f) / (hi - lo);
-    const float* r = planes[0];
-    const float* g = planes[1];
-    const float* b = planes[2];
+    float* const r = planes[0];
+    float* const g = planes[1];
+    float* const b = planes[2];
     if (direction == MAP_FORWARD) {
+        HDRTM_INDEPENDENT_POINTS
         for (unsigned int i = 0; i < count; ++i) {
             const LumaChroma p = toLumaChroma(r[i], g[i], b[i]);
             const float gain = limitedGain(p, lo, hi, slope, maxGain);
-            storeRgb(p.y, p.cb * gain, p.cr * gain, planes, i);
+            const float cb = p.cb * gain;
+            const float cr = p.cr * gain;
+            r[i] = rgbChannel(0, p.y, cb, cr);
+            g[i] = rgbChannel(1, p.y, cb, cr);
+            b[i] = rgbChannel(2, p.y, cb, cr);
         }
     } else {
+        HDRTM_INDEPENDENT_POINTS
         for (unsigned int i = 0; i < count; ++i) {
             const LumaChroma p = toLumaChroma(r[i], g[i], b[i]);
             const float gain = limitedGain(p, lo, hi, slope, maxGain);
-            storeRgb(p.y, p.cb / gain, p.cr / gain, planes, i);
+            const float cb = p.cb / gain;
+            const float cr = p.cr / gain;
+            r[i] = rgbChannel(0, p.y, cb, cr);
+            g[i] = rgbChannel(1, p.y, cb, cr);
+            b[i] = rgbChannel(2, p.y, cb, cr);
         }
     }
 }

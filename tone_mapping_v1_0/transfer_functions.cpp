@@ -92,19 +92,62 @@ void decodeThroughTable(const double* table, float** planes, unsigned int count,
 }
 
 // Shared body of the formula encoders: L = x / inScale clamped to [0, 1]
-// (NaN passes), then outScale x encode(L), over the first planeCount planes.
-template <typename Encode>
+// (NaN passes), then outScale x encode(L), over the first planeCount planes,
+// each step a pass over the plane; encodeSamples(plane, count) encodes in
+// place.
+template <typename EncodeSamples>
 void encodePlanes(float** planes, unsigned int count, unsigned int planeCount,
-                  unsigned short inScale, unsigned short outScale, Encode encode) {
+                  unsigned short inScale, unsigned short outScale, EncodeSamples encodeSamples) {
     if (inScale == 0 || planeCount == 0) return;
     const float in = static_cast<float>(inScale);
     const float out = static_cast<float>(outScale);
     const unsigned int used = planesToConvert(planeCount);
     for (unsigned int c = 0; c < used; ++c) {
         float* p = planes[c];
-        for (unsigned int i = 0; i < count; ++i) {
-            const float linear = clampUnitKeepNaN(p[i] / in);
-            p[i] = encode(linear) * out;
+        for (unsigned int i = 0; i < count; ++i) p[i] = clampUnitKeepNaN(p[i] / in);
+        encodeSamples(p, count);
+        for (unsigned int i = 0; i < count; ++i) p[i] = p[i] * out;
+    }
+}
+
+// A pure power of every sample, in place.
+void powerSamples(float* samples, unsigned int count, float exponent) {
+    for (unsigned int i = 0; i < count; ++i) samples[i] = powf(samples[i], exponent);
+}
+
+// An encoding with a linear segment up to and including `linearLimit` and a
+// power segment gain x L^exponent + offset above it (NaN too).
+struct SegmentedPower {
+    float linearLimit, linearSlope, exponent, gain, offset;
+};
+
+constexpr SegmentedPower kSrgbEncoding = {kSrgbLinearLimit, kSrgbLinearSlope, kSrgbExponent,
+                                          kSrgbGain, kSrgbOffset};
+constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope, kBt709Exponent,
+                                           kBt709Gain, kBt709Offset};
+
+// Block by block: a vectorised pass decides each sample's segment and works
+// out the linear ones, the powers run in a loop of their own, in sample
+// order, and a vectorised pass applies the power segment's gain and offset,
+// so that nothing waits on a power inside the call loop. Always inlined, so
+// that it is built for every variant of its callers.
+[[gnu::always_inline]] inline void encodeSegmentedSamples(float* samples, unsigned int count,
+                                                          SegmentedPower curve) {
+    uint32_t onPower[kCallBlock];
+    for (unsigned int start = 0; start < count; start += kCallBlock) {
+        float* const s = samples + start;
+        const unsigned int n = std::min(count - start, kCallBlock);
+        for (unsigned int j = 0; j < n; ++j) {
+            const float x = s[j];
+            const bool linear = x <= curve.linearLimit;
+            onPower[j] = !linear;
+            s[j] = linear ? x * curve.linearSlope : x;
+        }
+        for (unsigned int j = 0; j < n; ++j) {
+            if (onPower[j]) s[j] = powf(s[j], curve.exponent);
+        }
+        for (unsigned int j = 0; j < n; ++j) {
+            s[j] = onPower[j] ? s[j] * curve.gain + curve.offset : s[j];
         }
     }
 }
@@ -142,20 +185,20 @@ float ootfSystemGamma(float peak) {
 
 }  // namespace
 
-float srgbEncode(float linear) {
-    if (linear <= kSrgbLinearLimit) return linear * kSrgbLinearSlope;
-    return powf(linear, kSrgbExponent) * kSrgbGain + kSrgbOffset;
+HDRTM_VECTOR_CLONES
+void srgbEncodeSamples(float* samples, unsigned int count) {
+    encodeSegmentedSamples(samples, count, kSrgbEncoding);
 }
 
-float bt709Encode(float linear) {
-    if (linear <= kBt709LinearLimit) return linear * kBt709LinearSlope;
-    return powf(linear, kBt709Exponent) * kBt709Gain + kBt709Offset;
+HDRTM_VECTOR_CLONES
+void bt709EncodeSamples(float* samples, unsigned int count) {
+    encodeSegmentedSamples(samples, count, kBt709Encoding);
 }
 
 // Square root up to and including the knee, logarithm above it (NaN too).
 // Block by block: a vectorised pass takes every root and leaves a sample above
-// the knee holding its log's argument, then the logs run in a loop of their
-// own, in sample order.
+// the knee holding its log's argument, the logs run in a loop of their own,
+// in sample order, and a vectorised pass scales and offsets them.
 HDRTM_VECTOR_CLONES
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
     uint32_t aboveKnee[kCallBlock];
@@ -169,8 +212,9 @@ void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
             s[j] = root ? sqrtf(x) * kHlgRootScale : x + kHlgMinusB;
         }
         for (unsigned int j = 0; j < n; ++j) {
-            if (aboveKnee[j]) s[j] = logf(s[j]) * kHlgA + kHlgC;
+            if (aboveKnee[j]) s[j] = logf(s[j]);
         }
+        for (unsigned int j = 0; j < n; ++j) s[j] = aboveKnee[j] ? s[j] * kHlgA + kHlgC : s[j];
     }
 }
 
@@ -233,7 +277,7 @@ void HLG_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
 
 void bt709_forward_tf(float** planes, unsigned int count, unsigned short planeCount,
                       unsigned short inScale, unsigned short outScale) {
-    encodePlanes(planes, count, planeCount, inScale, outScale, bt709Encode);
+    encodePlanes(planes, count, planeCount, inScale, outScale, bt709EncodeSamples);
 }
 
 void bt709_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
@@ -244,7 +288,7 @@ void bt709_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
 
 void sRGB_forward_tf(float** planes, unsigned int count, unsigned short planeCount,
                      unsigned short inScale, unsigned short outScale) {
-    encodePlanes(planes, count, planeCount, inScale, outScale, srgbEncode);
+    encodePlanes(planes, count, planeCount, inScale, outScale, srgbEncodeSamples);
 }
 
 void sRGB_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
@@ -255,14 +299,16 @@ void sRGB_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
 
 void gamma2p2_forward_tf(float** planes, unsigned int count, unsigned short planeCount,
                          unsigned short inScale, unsigned short outScale) {
-    encodePlanes(planes, count, planeCount, inScale, outScale,
-                 [](float linear) { return powf(linear, kGamma2p2EncodeExponent); });
+    encodePlanes(planes, count, planeCount, inScale, outScale, [](float* p, unsigned int n) {
+        powerSamples(p, n, kGamma2p2EncodeExponent);
+    });
 }
 
 void gamma2p2_inverse_tf(float** planes, unsigned int count, unsigned short planeCount,
                          unsigned short inScale, unsigned short outScale) {
-    encodePlanes(planes, count, planeCount, inScale, outScale,
-                 [](float signal) { return powf(signal, kGamma2p2DecodeExponent); });
+    encodePlanes(planes, count, planeCount, inScale, outScale, [](float* p, unsigned int n) {
+        powerSamples(p, n, kGamma2p2DecodeExponent);
+    });
 }
 
 void gamma_custom_forward_tf(float gamma, float** planes, unsigned int count,
@@ -271,7 +317,7 @@ void gamma_custom_forward_tf(float gamma, float** planes, unsigned int count,
     // gamma 0 is not guarded: the infinite exponent maps (0, 1) to 0 and 1 to 1.
     const float exponent = 1.0f / gamma;
     encodePlanes(planes, count, planeCount, inScale, outScale,
-                 [exponent](float linear) { return powf(linear, exponent); });
+                 [exponent](float* p, unsigned int n) { powerSamples(p, n, exponent); });
 }
 
 float Clipping(float value, float lower, float upper) {

@@ -25,10 +25,11 @@ extern const double kBt709DecodeTable[kDecodeTableSize];
 // last place below the float nearest to 1/2.2. Kept as it is.
 constexpr float kGamma2p2EncodeExponent = floatFromBits(0x3EE8BA2E);
 
-// sRGB encoding of linear L in [0, 1] (IEC 61966-2-1).
-float srgbEncode(float linear);
-// BT.709 OETF of linear L in [0, 1].
-float bt709Encode(float linear);
+// sRGB encoding (IEC 61966-2-1), in place, of `count` samples of linear
+// light in [0, 1] (NaN passes).
+void srgbEncodeSamples(float* samples, unsigned int count);
+// BT.709 OETF, in place, of `count` samples of linear light in [0, 1].
+void bt709EncodeSamples(float* samples, unsigned int count);
 // Scene light is scaled by 12 so that the HLG knee 1/12 becomes 1.0.
 constexpr float kHlgSceneScale = 12.0f;
 // HLG OETF, in place, of `count` samples of scene light times `scale`; a
