@@ -12,6 +12,7 @@
 #include "color_difference.h"
 #include "command_inputs.h"
 #include "commands.h"
+#include "hdr_playback.h"
 #include "output_files.h"
 #include "png_image.h"
 #include "preview.h"
@@ -26,23 +27,20 @@ constexpr int kForeignLutBits = 16;     // output depth of a .cube hdrtm did not
 constexpr int kProgressWidth = 40;      // characters of the progress bar
 constexpr const char* kCompareClip = "clip";
 // H.273 code points the cICP chunk uses.
-constexpr uint8_t kCicpBt709 = 1;
-constexpr uint8_t kCicpBt2020 = 9;
-constexpr uint8_t kCicpP3 = 12;
-constexpr uint8_t kCicpPq = 16;
-constexpr uint8_t kCicpHlg = 18;
-constexpr uint8_t kCicpSrgb = 13;
-constexpr uint8_t kCicpBt709Transfer = 1;
-constexpr uint8_t kCicpBt2020Transfers[] = {14, 15};  // BT.2020 10- and 12-bit, as BT.709
+// H.273 code points the cICP chunk uses beyond those of the entry's layers.
+constexpr uint32_t kPrimariesBt709 = 1;
+constexpr uint32_t kPrimariesP3 = 12;
+constexpr uint32_t kTransferSrgb = 13;
+constexpr uint32_t kTransferBt2020[] = {14, 15};  // BT.2020 10- and 12-bit, as BT.709
 
 // The signal an image's cICP transfer code says it holds.
-bool signalOfTransfer(uint8_t transfer, Signal* out) {
-    if (transfer == kCicpPq) {
+bool signalOfTransfer(uint32_t transfer, Signal* out) {
+    if (transfer == kTransferPq) {
         *out = Signal::kPq;
-    } else if (transfer == kCicpHlg) {
+    } else if (transfer == kTransferHlg) {
         *out = Signal::kHlg;
-    } else if (transfer == kCicpBt709Transfer || transfer == kCicpSrgb ||
-               std::count(std::begin(kCicpBt2020Transfers), std::end(kCicpBt2020Transfers), transfer) > 0) {
+    } else if (transfer == kTransferBt709 || transfer == kTransferSrgb ||
+               std::count(std::begin(kTransferBt2020), std::end(kTransferBt2020), transfer) > 0) {
         *out = Signal::kSdr;
     } else {
         return false;
@@ -50,10 +48,10 @@ bool signalOfTransfer(uint8_t transfer, Signal* out) {
     return true;
 }
 
-std::string primariesName(uint8_t code) {
-    if (code == kCicpBt709) return "bt709";
-    if (code == kCicpBt2020) return "bt2020";
-    if (code == kCicpP3) return "p3";
+std::string primariesName(uint32_t code) {
+    if (code == kPrimariesBt709) return "bt709";
+    if (code == kPrimariesBt2020) return "bt2020";
+    if (code == kPrimariesP3) return "p3";
     return std::to_string(code);
 }
 
@@ -84,7 +82,7 @@ CubeTable loadLut(const std::string& source, const Configuration& config, bool f
                            (r.remedies.front().empty() ? "" : "; " + r.remedies.front()));
     }
     Lut3d lut = r.luts.front().lut;
-    if (params.output_gamma_space == 4) lut.panel.gammaValue = params.output_gamma_val;
+    if (params.output_gamma_space == GAMMA_CUSTOM) lut.panel.gammaValue = params.output_gamma_val;
     return toCubeTable(lut);
 }
 
@@ -196,7 +194,8 @@ int runApply(const ApplyOptions& options) {
     const size_t width = static_cast<size_t>(reader.width());
     const int sides = options.compare.empty() ? 1 : 2;
     // A LUT into a blending space writes that space's signal, which cICP can name.
-    Cicp outputCicp{kCicpBt2020, lut.output == Signal::kHlg ? kCicpHlg : kCicpPq, 0, 1};
+    Cicp outputCicp{kPrimariesBt2020, static_cast<uint8_t>(lut.output == Signal::kHlg ? kTransferHlg : kTransferPq),
+                    0, 1};
     const bool labelled = lut.output != Signal::kPanel && (sides == 1 || other.output == lut.output) && !compareClip;
     PngWriter writer(reader.width() * sides, reader.height(), labelled ? &outputCicp : nullptr);
     std::vector<uint16_t> in;

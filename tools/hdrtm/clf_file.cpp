@@ -20,20 +20,6 @@ std::runtime_error clfError(const std::string& path, const std::string& what) {
     return std::runtime_error(path + ": " + what);
 }
 
-std::string escaped(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
-        }
-    }
-    return out;
-}
-
 // Where input code `code` lies in the grid's index space, 0..1: grid point s
 // at s / 16, linear between points.
 double indexPosition(const Lut3d& lut, uint32_t code) {
@@ -82,11 +68,11 @@ void writeClf(const std::string& path, const Lut3d& lut, const std::string& titl
     std::ostringstream out;
     const std::string id = std::filesystem::path(path).stem().string();
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        << "<ProcessList compCLFversion=\"3\" id=\"" << escaped(id) << "\" name=\"" << escaped(title)
+        << "<ProcessList compCLFversion=\"3\" id=\"" << xmlEscaped(id) << "\" name=\"" << xmlEscaped(title)
         << "\">\n"
-        << "  <Description>" << escaped(title) << "</Description>\n"
+        << "  <Description>" << xmlEscaped(title) << "</Description>\n"
         << "  <Description>Written by hdrtm from libhdr_tm.</Description>\n";
-    for (const std::string& note : notes) out << "  <Description>" << escaped(note) << "</Description>\n";
+    for (const std::string& note : notes) out << "  <Description>" << xmlEscaped(note) << "</Description>\n";
     out << "  <Description>" << kSignalsKey << " " << describeSignals(lut) << "</Description>\n"
         << "  <InputDescriptor>" << signalName(lut.input) << " signal, 0..1</InputDescriptor>\n"
         << "  <OutputDescriptor>" << signalName(lut.output) << " signal, " << lut.bitDepth
@@ -106,7 +92,7 @@ void writeClf(const std::string& path, const Lut3d& lut, const std::string& titl
         out << number;
     }
     out << "    </Array>\n  </LUT1D>\n";
-    out << "  <LUT3D id=\"table\" name=\"" << escaped(title) << "\" inBitDepth=\"32f\" outBitDepth=\""
+    out << "  <LUT3D id=\"table\" name=\"" << xmlEscaped(title) << "\" inBitDepth=\"32f\" outBitDepth=\""
         << lut.bitDepth << "i\" interpolation=\"tetrahedral\">\n"
         << "    <Array dim=\"" << kLutSize << " " << kLutSize << " " << kLutSize << " 3\">\n";
     // CLF orders the table with blue fastest.

@@ -29,13 +29,6 @@ constexpr double kLmsToIctcp[3][3] = {
 constexpr double kItpScale = 720.0;  // BT.2124: ΔE_ITP of 1 is about one JND
 constexpr double kItpTWeight = 0.5;  // BT.2124: T = 0.5 Ct
 
-// Output transfers of the panel signal, as the tuning's output_gamma_space
-// numbers them.
-constexpr uint32_t kGammaLinear = 0;
-constexpr uint32_t kGamma2p2 = 1;
-constexpr uint32_t kGammaSrgb = 2;
-constexpr uint32_t kGammaBt709 = 3;
-constexpr uint32_t kGammaCustom = 4;
 constexpr double kPanelGamma = 2.2;
 
 // Panel signal to light relative to the panel's peak: the inverse of the
@@ -43,11 +36,11 @@ constexpr double kPanelGamma = 2.2;
 double panelSignalToLight(double x, const PanelInfo& panel) {
     x = std::clamp(x, 0.0, 1.0);
     switch (panel.gammaSpace) {
-        case kGammaLinear: return x;
-        case kGamma2p2: return std::pow(x, kPanelGamma);
-        case kGammaSrgb: return x <= 0.04045 ? x / 12.92 : std::pow((x + 0.055) / 1.055, 2.4);
-        case kGammaBt709: return x < 0.081 ? x / 4.5 : std::pow((x + 0.099) / 1.099, 1.0 / 0.45);
-        case kGammaCustom: return std::pow(x, panel.gammaValue);
+        case GAMMA_LINEAR: return x;
+        case GAMMA_2P2: return std::pow(x, kPanelGamma);
+        case GAMMA_SRGB: return x <= 0.04045 ? x / 12.92 : std::pow((x + 0.055) / 1.055, 2.4);
+        case GAMMA_BT709: return x < 0.081 ? x / 4.5 : std::pow((x + 0.099) / 1.099, 1.0 / 0.45);
+        case GAMMA_CUSTOM: return std::pow(x, panel.gammaValue);
         default: return x;  // the library applies no transfer for other values
     }
 }
@@ -55,36 +48,25 @@ double panelSignalToLight(double x, const PanelInfo& panel) {
 double panelLightToSignal(double x, const PanelInfo& panel) {
     x = std::clamp(x, 0.0, 1.0);
     switch (panel.gammaSpace) {
-        case kGammaLinear: return x;
-        case kGamma2p2: return std::pow(x, 1.0 / kPanelGamma);
-        case kGammaSrgb: return x <= 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1.0 / 2.4) - 0.055;
-        case kGammaBt709: return x <= 0.018 ? 4.5 * x : 1.099 * std::pow(x, 0.45) - 0.099;
-        case kGammaCustom: return std::pow(x, 1.0 / panel.gammaValue);
+        case GAMMA_LINEAR: return x;
+        case GAMMA_2P2: return std::pow(x, 1.0 / kPanelGamma);
+        case GAMMA_SRGB: return x <= 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1.0 / 2.4) - 0.055;
+        case GAMMA_BT709: return x <= 0.018 ? 4.5 * x : 1.099 * std::pow(x, 0.45) - 0.099;
+        case GAMMA_CUSTOM: return std::pow(x, 1.0 / panel.gammaValue);
         default: return x;
     }
 }
 
-// Converts planes of light on `colorMode` primaries to BT.2020 in place.
-void toBt2020(std::vector<float> (&planes)[3], uint32_t colorMode) {
+// Converts planes of light between BT.2020 and the panel's `colorMode`
+// primaries in place, either way.
+void convertPrimaries(std::vector<float> (&planes)[3], uint32_t colorMode, bool toBt2020) {
     float* p[3] = {planes[0].data(), planes[1].data(), planes[2].data()};
     const unsigned int n = static_cast<unsigned int>(planes[0].size());
     switch (colorMode) {
         case SPACE_SRGB:
-        case SPACE_BT709: rgb2rgb_conv(p, BT709_TO_BT2020, n); break;
-        case SPACE_ADOBE: rgb2rgb_conv(p, ADOBE_TO_BT2020, n); break;
-        case SPACE_DCIP3: rgb2rgb_conv(p, P3_TO_BT2020, n); break;
-        default: break;
-    }
-}
-
-void fromBt2020(std::vector<float> (&planes)[3], uint32_t colorMode) {
-    float* p[3] = {planes[0].data(), planes[1].data(), planes[2].data()};
-    const unsigned int n = static_cast<unsigned int>(planes[0].size());
-    switch (colorMode) {
-        case SPACE_SRGB:
-        case SPACE_BT709: rgb2rgb_conv(p, BT2020_TO_BT709, n); break;
-        case SPACE_ADOBE: rgb2rgb_conv(p, BT2020_TO_ADOBE, n); break;
-        case SPACE_DCIP3: rgb2rgb_conv(p, BT2020_TO_P3, n); break;
+        case SPACE_BT709: rgb2rgb_conv(p, toBt2020 ? BT709_TO_BT2020 : BT2020_TO_BT709, n); break;
+        case SPACE_ADOBE: rgb2rgb_conv(p, toBt2020 ? ADOBE_TO_BT2020 : BT2020_TO_ADOBE, n); break;
+        case SPACE_DCIP3: rgb2rgb_conv(p, toBt2020 ? P3_TO_BT2020 : BT2020_TO_P3, n); break;
         default: break;
     }
 }
@@ -97,7 +79,7 @@ std::vector<std::array<float, 3>> clipToPanel(const std::vector<Nits3>& light, c
     for (size_t i = 0; i < light.size(); ++i) {
         for (int c = 0; c < 3; ++c) planes[c][i] = static_cast<float>(light[i][c] / panel.peakNits);
     }
-    fromBt2020(planes, panel.colorMode);
+    convertPrimaries(planes, panel.colorMode, false);
     std::vector<std::array<float, 3>> out(light.size());
     for (size_t i = 0; i < light.size(); ++i) {
         for (int c = 0; c < 3; ++c) out[i][c] = static_cast<float>(panelLightToSignal(planes[c][i], panel));
@@ -142,7 +124,7 @@ std::vector<Nits3> outputLight(const std::vector<std::array<float, 3>>& values, 
             planes[c][i] = static_cast<float>(panelSignalToLight(values[i][c], panel) * panel.peakNits);
         }
     }
-    toBt2020(planes, panel.colorMode);
+    convertPrimaries(planes, panel.colorMode, true);
     for (size_t i = 0; i < values.size(); ++i) out[i] = {planes[0][i], planes[1][i], planes[2][i]};
     return out;
 }
@@ -151,7 +133,7 @@ Nits3 inputLight(const std::array<float, 3>& signal, Signal input) {
     const Nits3 nits = signalToNits(signal, input);
     if (input != Signal::kSdr) return nits;
     std::vector<float> planes[3] = {{float(nits[0])}, {float(nits[1])}, {float(nits[2])}};
-    toBt2020(planes, SPACE_BT709);
+    convertPrimaries(planes, SPACE_BT709, true);
     return {planes[0][0], planes[1][0], planes[2][0]};
 }
 

@@ -23,7 +23,6 @@ constexpr const char* kDefaultsName = "defaults";  // a side that is the built-i
 constexpr const char* kCurvesFile = "tone_curves.svg";
 constexpr size_t kWorstPrinted = 3;  // nodes named per differing LUT
 constexpr size_t kWorstInJson = 10;
-constexpr uint32_t kGammaCustom = 4;  // output_gamma_space: power 1/output_gamma_val
 constexpr Rgb8 kSideBColours[] = {{200, 40, 120}, {120, 160, 20}};
 
 struct Side {
@@ -51,7 +50,7 @@ void runSide(Side& side, const std::vector<Configuration>& configs) {
     for (const Configuration& config : configs) {
         RunResult r = runConfiguration(config, 0, side.versionTwo);
         for (ProducedLut& p : r.luts) {
-            if (side.params.output_gamma_space == kGammaCustom) p.lut.panel.gammaValue = side.params.output_gamma_val;
+            if (side.params.output_gamma_space == GAMMA_CUSTOM) p.lut.panel.gammaValue = side.params.output_gamma_val;
         }
         side.results.push_back(std::move(r));
     }

@@ -48,6 +48,20 @@ std::set<std::string> manifestFiles(const fs::path& dir) {
 
 }  // namespace
 
+std::string xmlEscaped(const std::string& text) {
+    std::string out;
+    for (char c : text) {
+        switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '"': out += "&quot;"; break;
+            default: out += c;
+        }
+    }
+    return out;
+}
+
 void writeFileAtomically(const std::string& path, const std::string& bytes) {
     std::error_code ec;
     const fs::file_status status = fs::status(path, ec);

@@ -10,6 +10,10 @@ namespace hdrtm::tool {
 // The list of files a run wrote, kept in its output folder.
 constexpr const char* kManifestName = "hdrtm-manifest.txt";
 
+// `text` with the characters XML reserves (& < > ") as entities, for the
+// SVG and CLF files hdrtm writes.
+std::string xmlEscaped(const std::string& text);
+
 // Writes `bytes` to a temporary file beside `path` and renames it over
 // `path`, so a failure leaves no half-written file. A device or pipe (say
 // /dev/stdout) is written directly. Throws std::runtime_error naming the path

@@ -1,5 +1,7 @@
 #include "plot_canvas.h"
 
+#include "output_files.h"
+
 #include <cmath>
 #include <iomanip>
 #include <sstream>
@@ -16,20 +18,6 @@ std::string hex(Rgb8 c) {
     char buffer[8];
     std::snprintf(buffer, sizeof(buffer), "#%02x%02x%02x", c[0], c[1], c[2]);
     return buffer;
-}
-
-std::string escaped(const std::string& s) {
-    std::string out;
-    for (char c : s) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
-        }
-    }
-    return out;
 }
 
 class SvgCanvas : public Canvas {
@@ -63,7 +51,7 @@ public:
     void text(float x, float y, const std::string& s, Rgb8 colour, Anchor anchor) override {
         const char* a = anchor == Anchor::kStart ? "start" : anchor == Anchor::kMiddle ? "middle" : "end";
         body_ << "<text x=\"" << x << "\" y=\"" << y << "\" fill=\"" << hex(colour)
-              << "\" text-anchor=\"" << a << "\">" << escaped(s) << "</text>\n";
+              << "\" text-anchor=\"" << a << "\">" << xmlEscaped(s) << "</text>\n";
     }
     std::string encode() override {
         std::ostringstream out;
