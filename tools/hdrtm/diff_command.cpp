@@ -194,6 +194,12 @@ int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, co
             }
         }
     }
+    // A configuration of one's own choosing that gives nothing to compare says why.
+    if (configs.size() == 1 && a.results[0].luts.empty() && b.results[0].luts.empty()) {
+        const RunResult& r = a.results[0];
+        std::cerr << "hdrtm: note: " << configs[0].describe() << " gives no LUT: the entry took the row \""
+                  << r.rows.front() << "\"" << (r.remedies.front().empty() ? "" : "; " + r.remedies.front()) << "\n";
+    }
     if (options.pictures) {
         writeCurvePlot(overlaidCurves(a, b), (fs::path(options.outputDir) / kCurvesFile).string());
         written.push_back(kCurvesFile);
