@@ -55,14 +55,9 @@ std::string primariesName(uint32_t code) {
     return std::to_string(code);
 }
 
-bool isLutFile(const std::string& path) {
-    const std::string ext = fs::path(path).extension().string();
-    return ext == ".cube" || ext == ".clf" || ext == ".CUBE" || ext == ".CLF";
-}
-
 // The LUT a file or a tuning gives for the configuration.
 CubeTable loadLut(const std::string& source, const Configuration& config, bool force, const char* what) {
-    if (isLutFile(source)) {
+    if (isLutFileName(source)) {
         requireReadable(source, what);
         CubeTable table = readLutFile(source);
         if (table.bitDepth == 0) table.bitDepth = kForeignLutBits;

@@ -189,6 +189,11 @@ CubeTable readClf(const std::string& path) {
     return t;
 }
 
+bool isLutFileName(const std::string& path) {
+    const std::string ext = std::filesystem::path(path).extension().string();
+    return ext == ".cube" || ext == ".clf" || ext == ".CUBE" || ext == ".CLF";
+}
+
 CubeTable readLutFile(const std::string& path) {
     const std::string ext = std::filesystem::path(path).extension().string();
     return ext == ".clf" || ext == ".CLF" ? readClf(path) : readCube(path);

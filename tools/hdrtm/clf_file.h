@@ -22,6 +22,9 @@ void writeClf(const std::string& path, const Lut3d& lut, const std::string& titl
 // std::runtime_error naming the problem.
 CubeTable readClf(const std::string& path);
 
+// True for the names of LUT files hdrtm reads: .cube and .clf.
+bool isLutFileName(const std::string& path);
+
 // A LUT file hdrtm reads: .clf as CLF, anything else as .cube.
 CubeTable readLutFile(const std::string& path);
 

@@ -1,5 +1,6 @@
 #include "cube_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -76,6 +77,29 @@ CubeTable toCubeTable(const Lut3d& lut) {
     t.output = lut.output;
     t.panel = lut.panel;
     return t;
+}
+
+Lut3d lutFromTable(const CubeTable& table, const std::string& path) {
+    constexpr int kUndeclaredBits = 16;
+    if (table.size != kLutSize) {
+        throw fileError(path, "has " + std::to_string(table.size) + " points per axis; the library's LUTs have 17");
+    }
+    Lut3d lut;
+    lut.bitDepth = table.bitDepth > 0 ? table.bitDepth : kUndeclaredBits;
+    for (int i = 0; i < kLutSize; ++i) {
+        lut.grid[i] = static_cast<uint32_t>(std::lround(table.positions[i] * kInputCodeMax));
+    }
+    lut.uniformGrid = lut.grid == kUniformGrid;
+    const double scale = lut.maxCode();
+    for (int k = 0; k < kLutEntries; ++k) {
+        for (int c = 0; c < 3; ++c) {
+            lut.codes[k][c] = static_cast<uint32_t>(std::lround(std::clamp(double(table.values[k][c]), 0.0, 1.0) * scale));
+        }
+    }
+    lut.input = table.input;
+    lut.output = table.output;
+    lut.panel = table.panel;
+    return lut;
 }
 
 void writeCube(const std::string& path, const Lut3d& lut, const std::string& title,

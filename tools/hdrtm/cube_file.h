@@ -25,6 +25,10 @@ struct CubeTable {
 };
 
 CubeTable toCubeTable(const Lut3d& lut);
+// The inverse, for a 17-point table read from a file: codes at its bit depth
+// (16 bits when the file does not say), grid codes from its positions.
+// Throws std::runtime_error for another size.
+Lut3d lutFromTable(const CubeTable& table, const std::string& path);
 
 // The LUT's signals, bit depth and panel as "key=value" words, which hdrtm
 // writes into its LUT files so that they describe themselves; readSignals

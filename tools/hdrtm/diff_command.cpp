@@ -6,6 +6,7 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "clf_file.h"
 #include "command_inputs.h"
 #include "commands.h"
 #include "difference_plot.h"
@@ -30,6 +31,7 @@ struct Side {
     TMParams params;
     bool versionTwo = false;
     std::string path;   // empty: the built-in defaults
+    bool lutFile = false;  // a .cube or .clf file rather than a tuning
     std::vector<RunResult> results;  // per configuration
 };
 
@@ -37,7 +39,16 @@ Side loadSide(const std::string& name, bool force) {
     Side side;
     side.label = name;
     side.params = defaultParams();
-    if (name != kDefaultsName) {
+    if (isLutFileName(name)) {
+        requireReadable(name, "LUT file");
+        side.lutFile = true;
+        ProducedLut p;
+        p.label = "file";
+        p.lut = lutFromTable(readLutFile(name), name);
+        RunResult r;
+        r.luts.push_back(p);
+        side.results.push_back(r);
+    } else if (name != kDefaultsName) {
         side.path = name;
         side.params = loadTuning(name, force, &side.versionTwo);
     }
@@ -45,6 +56,7 @@ Side loadSide(const std::string& name, bool force) {
 }
 
 void runSide(Side& side, const std::vector<Configuration>& configs) {
+    if (side.lutFile) return;
     std::string error;
     if (!setTuningProperty(side.path, &error)) throw CommandError(error);
     for (const Configuration& config : configs) {
@@ -86,14 +98,14 @@ std::string worstText(const Compared& c, size_t count) {
     return text;
 }
 
-void printReport(const Side& a, const Side& b, const std::vector<Configuration>& configs,
+void printReport(const Side& a, const Side& b, const std::vector<std::string>& titles,
                  const std::vector<Compared>& all, const std::vector<std::string>& unmatched) {
     std::cout << "A: " << a.label << "\nB: " << b.label << "\n\n";
     std::printf("%3s  %-48s %-9s %-22s %-20s %s\n", "#", "configuration", "LUT", "max code change R G B",
                 "mean change R G B", "ΔE_ITP mean / p95 / max");
     for (const Compared& c : all) {
         const LutDifference& d = c.difference;
-        std::printf("%3d  %-48s %-9s %-22s %-20s %s\n", c.config, configs[c.config - 1].describe().c_str(),
+        std::printf("%3d  %-48s %-9s %-22s %-20s %s\n", c.config, titles[c.config - 1].c_str(),
                     c.label.c_str(),
                     (fixed(d.maxCodeChange[0], 0) + " " + fixed(d.maxCodeChange[1], 0) + " " +
                      fixed(d.maxCodeChange[2], 0))
@@ -111,7 +123,7 @@ void printReport(const Side& a, const Side& b, const std::vector<Configuration>&
     for (const std::string& u : unmatched) std::cout << u << "\n";
 }
 
-nlohmann::json toJson(const Side& a, const Side& b, const std::vector<Configuration>& configs,
+nlohmann::json toJson(const Side& a, const Side& b, const std::vector<std::string>& titles,
                       const std::vector<Compared>& all, const std::vector<std::string>& unmatched,
                       bool identical) {
     nlohmann::json out = {{"a", a.label}, {"b", b.label}, {"identical", identical}};
@@ -127,7 +139,7 @@ nlohmann::json toJson(const Side& a, const Side& b, const std::vector<Configurat
                              {"delta_e_itp", n.deltaE}});
         }
         nlohmann::json l = {{"configuration", c.config},
-                            {"description", configs[c.config - 1].describe()},
+                            {"description", titles[c.config - 1]},
                             {"lut", c.label},
                             {"identical", d.identical},
                             {"same_grid", d.sameGrid},
@@ -160,6 +172,9 @@ int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, co
                  std::vector<std::string>& written) {
     std::vector<Compared> all;
     std::vector<std::string> unmatched;
+    // Two LUT files stand for no configuration of their own.
+    std::vector<std::string> titles;
+    for (const Configuration& c : configs) titles.push_back(a.lutFile ? "the two LUT files" : c.describe());
     bool identical = true;
     for (size_t i = 0; i < configs.size(); ++i) {
         const std::vector<ProducedLut>& lutsA = a.results[i].luts;
@@ -178,8 +193,9 @@ int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, co
             if (options.pictures && !c.difference.identical) {
                 std::string label = p.label;
                 std::replace(label.begin(), label.end(), ' ', '-');
-                c.picture = twoDigits(index) + "_" + configs[i].slug() + "_" + label + "_delta_e.png";
-                writeDifferencePlot(c.difference, configs[i].describe() + ", " + p.label + ": where B differs from A",
+                c.picture = a.lutFile ? "delta_e.png"
+                                      : twoDigits(index) + "_" + configs[i].slug() + "_" + label + "_delta_e.png";
+                writeDifferencePlot(c.difference, titles[i] + ", " + p.label + ": where B differs from A",
                                     (fs::path(options.outputDir) / c.picture).string());
                 written.push_back(c.picture);
             }
@@ -201,21 +217,23 @@ int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, co
                   << r.rows.front() << "\"" << (r.remedies.front().empty() ? "" : "; " + r.remedies.front()) << "\n";
     }
     if (options.pictures) {
-        writeCurvePlot(overlaidCurves(a, b), (fs::path(options.outputDir) / kCurvesFile).string());
-        written.push_back(kCurvesFile);
+        if (!a.lutFile) {
+            writeCurvePlot(overlaidCurves(a, b), (fs::path(options.outputDir) / kCurvesFile).string());
+            written.push_back(kCurvesFile);
+        }
         writeManifest(options.outputDir, written);
     }
     if (options.json) {
-        std::cout << toJson(a, b, configs, all, unmatched, identical).dump(2) << "\n";
+        std::cout << toJson(a, b, titles, all, unmatched, identical).dump(2) << "\n";
     } else {
-        printReport(a, b, configs, all, unmatched);
+        printReport(a, b, titles, all, unmatched);
         size_t differ = 0;
         for (const Compared& c : all) differ += c.difference.identical ? 0 : 1;
         std::cout << "\n"
                   << (identical ? "Identical: " : std::to_string(differ) + " of ") << all.size()
                   << " LUTs" << (identical ? " are the same" : " differ");
         if (options.pictures) {
-            std::cout << "; wrote " << (identical ? "" : "the pictures and ") << "the tone curves to "
+            std::cout << "; wrote " << (identical ? "" : "the pictures and ") << (a.lutFile ? "nothing else" : "the tone curves") << " to "
                       << fs::absolute(options.outputDir).string();
         }
         std::cout << "\n";
@@ -229,12 +247,17 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
             const DiffOptions& options) {
     Side a = loadSide(pathA, options.force);
     Side b = loadSide(pathB, options.force);
-    runSide(a, configs);
-    runSide(b, configs);
+    std::vector<Configuration> compared = configs;
+    if (a.lutFile != b.lutFile) {
+        throw CommandError("diff: compare two tunings (or defaults) or two LUT files, not " + pathA + " with " + pathB);
+    }
+    if (a.lutFile) compared = {Configuration{}};  // the files' one LUT each
+    runSide(a, compared);
+    runSide(b, compared);
     if (options.pictures) prepareRunFolder(options.outputDir, options.force);
     std::vector<std::string> written;
     try {
-        return compareSides(a, b, configs, options, written);
+        return compareSides(a, b, compared, options, written);
     } catch (...) {
         removeRunFiles(options.outputDir, written);
         throw;
