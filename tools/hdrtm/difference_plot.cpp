@@ -55,11 +55,8 @@ void writeDifferencePlot(const LutDifference& d, const std::string& title, const
     const float hueLeft = kLeft + kGreyColumn;
     const float plotW = kWidth - hueLeft - kRight;
     const float plotH = kHeight - kTop - kBottom;
-    const double logMin = std::log10(kMinNits);
-    const double logSpan = std::log10(kMaxNits) - logMin;
     const auto py = [&](double nits) {
-        const double l = std::clamp(std::log10(std::max(nits, 1e-12)), logMin, logMin + logSpan);
-        return static_cast<float>(kTop + plotH - (l - logMin) / logSpan * plotH);
+        return static_cast<float>(kTop + plotH - logFraction(nits, kMinNits, kMaxNits) * plotH);
     };
     const auto px = [&](const NodeDifference& n) {
         return n.neutral ? kLeft + kGreyColumn / 2.0f : static_cast<float>(hueLeft + n.hueDegrees / 360.0 * plotW);

@@ -1,11 +1,12 @@
 #include "plot_canvas.h"
 
-#include "output_files.h"
-
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <sstream>
 #include <stdexcept>
+
+#include "output_files.h"
 
 namespace hdrtm::tool {
 namespace {
@@ -119,6 +120,13 @@ bool endsWith(const std::string& s, const std::string& suffix) {
 }
 
 }  // namespace
+
+double logFraction(double v, double lo, double hi) {
+    constexpr double kTiny = 1e-12;  // below every axis; keeps log10 finite
+    const double logLo = std::log10(lo);
+    const double l = std::log10(std::max(v, kTiny));
+    return std::clamp((l - logLo) / (std::log10(hi) - logLo), 0.0, 1.0);
+}
 
 std::unique_ptr<Canvas> makeCanvas(const std::string& path, int width, int height) {
     if (endsWith(path, ".svg")) return std::make_unique<SvgCanvas>(width, height);

@@ -27,6 +27,9 @@ public:
     virtual std::string encode() = 0;
 };
 
+// Where `v` lies between `lo` and `hi` on a log axis, 0..1 (clamped).
+double logFraction(double v, double lo, double hi);
+
 // The back end a file name asks for: ".svg" or ".png". Returns null for any
 // other extension.
 std::unique_ptr<Canvas> makeCanvas(const std::string& path, int width, int height);

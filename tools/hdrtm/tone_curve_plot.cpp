@@ -86,15 +86,11 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
     if (!canvas) throw std::runtime_error(path + ": the plot is written as .svg or .png");
     const float plotW = kWidth - kLeft - kRight;
     const float plotH = kHeight - kTop - kBottom;
-    const double logMin = std::log10(kPlotMinNits);
-    const double logSpan = std::log10(kPlotMaxNits) - logMin;
     const auto px = [&](double nits) {
-        const double l = std::clamp(std::log10(std::max(nits, 1e-12)), logMin, logMin + logSpan);
-        return static_cast<float>(kLeft + (l - logMin) / logSpan * plotW);
+        return static_cast<float>(kLeft + logFraction(nits, kPlotMinNits, kPlotMaxNits) * plotW);
     };
     const auto py = [&](double nits) {
-        const double l = std::clamp(std::log10(std::max(nits, 1e-12)), logMin, logMin + logSpan);
-        return static_cast<float>(kTop + plotH - (l - logMin) / logSpan * plotH);
+        return static_cast<float>(kTop + plotH - logFraction(nits, kPlotMinNits, kPlotMaxNits) * plotH);
     };
     Canvas& c = *canvas;
     c.text(kWidth / 2.0f, 28.0f, data.title, kAxisColour, Anchor::kMiddle);
