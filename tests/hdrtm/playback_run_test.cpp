@@ -85,6 +85,22 @@ TEST(PlaybackRun, HardwareLutComesFromThePushAndCarriesItsChecksum) {
     }
 }
 
+// The log names a custom output gamma without its exponent; the LUT's record
+// and its file carry the tuning's exponent, so diff and apply decode it.
+TEST(PlaybackRun, CustomOutputGammaTravelsWithTheLut) {
+    std::string error;
+    ASSERT_TRUE(setTuningProperty(HDRTM_TOOL_DATA_DIR "/custom_gamma.xml", &error)) << error;
+    const RunResult r = runConfiguration(single("pq", kBlendSpacePerLayer, false), 0, false);
+    ASSERT_TRUE(setTuningProperty("", &error)) << error;
+    ASSERT_EQ(r.luts.size(), 1u);
+    EXPECT_EQ(r.luts[0].lut.panel.gammaSpace, static_cast<uint32_t>(GAMMA_CUSTOM));
+    EXPECT_EQ(r.luts[0].lut.panel.gammaValue, 2.4f);
+    const std::string path = (fs::temp_directory_path() / "hdrtm_custom_gamma.cube").string();
+    writeCube(path, r.luts[0].lut, "custom gamma", {});
+    EXPECT_EQ(readLutFile(path).panel.gammaValue, 2.4f);
+    fs::remove(path);
+}
+
 // OpenColorIO's reading of a LUT file at every point of `positions`^3, red fastest.
 std::vector<std::array<float, 3>> sampleWithOcio(const std::string& file, const std::vector<float>& positions) {
     std::string list;

@@ -165,6 +165,11 @@ PanelInfo panelFromLog() {
             panel.gammaSpace = mode;
         }
     }
+    // The log names a custom output gamma but not its exponent; a custom
+    // gamma comes only from a tuning file, whose record the library exports.
+    if (panel.gammaSpace == GAMMA_CUSTOM && g_params_ready != 0) {
+        panel.gammaValue = g_params.output_gamma_val;
+    }
     return panel;
 }
 
