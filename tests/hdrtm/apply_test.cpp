@@ -2,6 +2,7 @@
 // the LUT's own code, on the uniform grid (10-bit layer LUT) and on the
 // non-uniform one (12-bit hardware LUT), and the image keeps its size.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstdlib>
@@ -29,7 +30,8 @@ Configuration pqLayer(uint32_t blend, bool hw) {
 class ApplyTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        dir_ = fs::temp_directory_path() / "hdrtm_apply_test";
+        // One folder per process: ctest runs the suite's tests side by side.
+        dir_ = fs::temp_directory_path() / ("hdrtm_apply_test_" + std::to_string(getpid()));
         fs::create_directories(dir_);
         const std::string command =
             "/usr/bin/python3 " HDRTM_SCRIPTS_DIR "/make_test_images.py '" + dir_.string() + "'";
