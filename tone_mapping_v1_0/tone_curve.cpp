@@ -78,11 +78,11 @@ struct PowerPiece {
 // The curve in either direction over `count` values in place, block by block,
 // in three passes: the first finds each point's piece and works out everything
 // but the power, without a branch, so that it vectorises; the second makes the
-// toe and shoulder powers, in point order; the third, vectorised, adds them. Every value is the bits of its
-// piece's own formula (e - g p is e + (-g) p exactly). Everything comes in by
-// value, so the compiler sees it does not change while the scratch is
-// written. Always inlined, so that it is built for every variant of its
-// callers.
+// toe and shoulder powers, in point order; the third, vectorised, adds them.
+// Every value is the bits of its piece's own formula (e - g p is e + (-g) p
+// exactly). Everything comes in by value, so the compiler sees it does not
+// change while the scratch is written. Always inlined, so that it is built
+// for every variant of its callers.
 template <typename Line, typename ToeBase, typename ShoulderBase>
 [[gnu::always_inline]] inline void evaluatePieces(float* values, uint32_t count, PieceEnds at,
                                                   float floorValue, float ceilingValue, Line line,
