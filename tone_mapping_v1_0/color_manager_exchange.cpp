@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <string_view>
 
 namespace hdrtm {
 namespace {
@@ -30,44 +29,22 @@ inline uint32_t withChannel(uint32_t word, float value, int shift) {
     return (word & ~mask) | ((floatToUint32(value) << shift) & mask);
 }
 
-// Appends text, or a value as printf's %d writes it (the 32-bit signed
-// reading of the bits), to the line being put together at `end`.
-inline char* appendText(char* end, std::string_view text) {
-    std::memcpy(end, text.data(), text.size());
-    return end + text.size();
-}
-inline char* appendSigned(char* end, uint32_t value) {
-    const bool negative = static_cast<int32_t>(value) < 0;
-    uint32_t magnitude = negative ? 0u - value : value;
-    if (negative) *end++ = '-';
-    char digits[10];
-    int count = 0;
-    do {
-        digits[count++] = static_cast<char>('0' + magnitude % 10u);
-        magnitude /= 10u;
-    } while (magnitude != 0);
-    while (count > 0) *end++ = digits[--count];
-    return end;
-}
-
-// The first entries' output codes, one line each. printf-style formatting
-// took a fifth of a hardware call; the lines are put together here, with the
-// very text "%d" would give, and skipped at once when the tag is silenced.
+// The first entries' output codes, one line each (printf's %d reading of
+// the codes).
 void logEntryOutputs(const HardwareLutEntry* entries) {
-    if (!__android_log_is_loggable(ANDROID_LOG_ERROR, kLogTag, ANDROID_LOG_VERBOSE)) return;
-    char line[96];  // the text and four 11-character numbers
+    if (!logLineWanted(ANDROID_LOG_ERROR)) return;
     for (unsigned int k = 0; k < kLoggedLutEntries; ++k) {
         const HardwareLutEntry& e = entries[k];
-        char* end = appendText(line, "Index [");
-        end = appendSigned(end, k);
-        end = appendText(end, "] = R = ");
-        end = appendSigned(end, e.out_r);
-        end = appendText(end, " G = ");
-        end = appendSigned(end, e.out_g);
-        end = appendText(end, " B = ");
-        end = appendSigned(end, e.out_b);
-        *end = '\0';
-        __android_log_write(ANDROID_LOG_ERROR, kLogTag, line);
+        LogLine line;
+        appendText(line, "Index [");
+        appendInteger(line, static_cast<int32_t>(k));
+        appendText(line, "] = R = ");
+        appendInteger(line, static_cast<int32_t>(e.out_r));
+        appendText(line, " G = ");
+        appendInteger(line, static_cast<int32_t>(e.out_g));
+        appendText(line, " B = ");
+        appendInteger(line, static_cast<int32_t>(e.out_b));
+        writeLogLine(ANDROID_LOG_ERROR, line);
     }
 }
 
@@ -105,11 +82,19 @@ void readVirtualPcc(PccCoefficients* block) {
     std::memcpy(block->row, payload.coefficients, sizeof(block->row));
     // Terms are logged first order, cross terms, squares, then rgb and c: not
     // the storage order, on purpose.
+    if (!logLineWanted(ANDROID_LOG_ERROR)) return;
+    constexpr int kLoggedTermOrder[] = {kPccR,  kPccG,  kPccB,  kPccRG,  kPccGB, kPccRB,
+                                        kPccRR, kPccGG, kPccBB, kPccRGB, kPccC};
     for (int k = 0; k < 3; ++k) {
-        const double* t = block->row[k];
-        HDRTM_LOGE("PCC index[%d] : %f %f %f %f %f %f %f %f %f %f %f", k, t[kPccR], t[kPccG],
-                   t[kPccB], t[kPccRG], t[kPccGB], t[kPccRB], t[kPccRR], t[kPccGG], t[kPccBB],
-                   t[kPccRGB], t[kPccC]);
+        LogLine line;
+        appendText(line, "PCC index[");
+        appendInteger(line, k);
+        appendText(line, "] :");
+        for (int term : kLoggedTermOrder) {
+            appendText(line, " ");
+            appendFixed(line, block->row[k][term]);
+        }
+        writeLogLine(ANDROID_LOG_ERROR, line);
     }
 }
 

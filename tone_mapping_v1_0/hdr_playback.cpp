@@ -157,8 +157,20 @@ LinearScaleChoice applyLinearScale(TMParams* p) {
 }
 
 void logSettings(const TMParams& p, const LinearScaleChoice& scale) {
-    for (int i = 0; i < kLoggedCurvePoints; ++i) HDRTM_LOGI("lut_in = %f  ", p.curve.points_x[i]);
-    for (int i = 0; i < kLoggedCurvePoints; ++i) HDRTM_LOGI("lut_out = %f  ", p.curve.points_y[i]);
+    // The control points, one line each, put together without printf.
+    if (logLineWanted(ANDROID_LOG_INFO)) {
+        const float* const columns[] = {p.curve.points_x, p.curve.points_y};
+        const std::string_view labels[] = {"lut_in = ", "lut_out = "};
+        for (int column = 0; column < 2; ++column) {
+            for (int i = 0; i < kLoggedCurvePoints; ++i) {
+                LogLine line;
+                appendText(line, labels[column]);
+                appendFixed(line, columns[column][i]);
+                appendText(line, "  ");
+                writeLogLine(ANDROID_LOG_INFO, line);
+            }
+        }
+    }
     HDRTM_LOGE("line = %d luma = %d nits blackLevel = %f nits, clipping luma = %f", kLineSettings,
                p.panel_max_luminance, p.panel_min_luminance, p.clipLuma);
     HDRTM_LOGE("output color space = %d", static_cast<int>(p.panel_color_mode));

@@ -5,7 +5,9 @@
 #include <android/log.h>
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace hdrtm {
 
@@ -38,6 +40,22 @@ constexpr const char* kLogTag = "LIBHDR_TM";
 #else
 #define HDRTM_VECTOR_CLONES
 #endif
+
+// A log line put together without printf, with the very text printf gives
+// for %d and %f. printf takes about 0.1 µs a line, more with %f, and a call
+// logs up to some 250 lines. Longer text is cut at the capacity, liblog's
+// own line size.
+struct LogLine {
+    char text[1024];
+    size_t length = 0;
+};
+// Whether a line of this priority reaches the logger: lines are put together
+// only then.
+bool logLineWanted(int priority);
+void appendText(LogLine& line, std::string_view text);
+void appendInteger(LogLine& line, int32_t value);  // as %d
+void appendFixed(LogLine& line, double value);     // as %f
+void writeLogLine(int priority, LogLine& line);
 
 constexpr int kPlaneCount = 3;
 // Relative linear light 1.0 stands for this many nits (the PQ peak).
