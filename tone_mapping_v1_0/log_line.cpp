@@ -1,4 +1,5 @@
 // Log lines put together without printf.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdio>
@@ -74,7 +75,7 @@ void appendText(LogLine& line, std::string_view text) {
 }
 
 void appendInteger(LogLine& line, int32_t value) {
-    char digits[12];
+    char digits[24];  // room for appendDigits' 20
     char* end = digits;
     if (value < 0) *end++ = '-';
     const uint32_t magnitude =
@@ -88,7 +89,7 @@ void appendFixed(LogLine& line, double value) {
     if (!microUnits(value, &micro)) {
         char formatted[400];  // the largest double has 309 digits before the point
         const int n = std::snprintf(formatted, sizeof(formatted), "%f", value);
-        if (n > 0) appendText(line, {formatted, static_cast<size_t>(n)});
+        if (n > 0) appendText(line, {formatted, std::min(static_cast<size_t>(n), sizeof(formatted) - 1)});
         return;
     }
     char digits[40];

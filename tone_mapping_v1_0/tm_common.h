@@ -109,21 +109,16 @@ HDRTM_INLINE float clampKeepNaN(float v, float lo, float hi) {
     return isBelow(v, lo) ? lo : isBelow(hi, v) ? hi : v;
 }
 
-// clampKeepNaN(v, 0, 1) for the plane loops, on unsigned ranges of the bits:
-// the floats below 0 are 0x80000001 (-denormal min) to 0xFF800000 (-inf), those
-// above 1 are 0x3F800001 to 0x7F800000 (+inf); NaNs lie outside both.
-HDRTM_INLINE bool bitsWithin(uint32_t bits, uint32_t first, uint32_t last) {
-    return bits - first <= last - first;
-}
+// clampKeepNaN(v, 0, 1) for the plane loops: the two tests are float
+// comparisons (false for NaN, -0 not below 0), made into masks that pick the
+// bits, so that nothing reads as a comparison and select of floats. Vector
+// code needs two compares and three bitwise operations, on every target.
 HDRTM_INLINE float clampUnitKeepNaN(float v) {
-    constexpr uint32_t kZeroBits = 0x00000000u;
     constexpr uint32_t kOneBits = 0x3F800000u;
-    constexpr uint32_t kBelowZeroFirst = 0x80000001u, kBelowZeroLast = 0xFF800000u;
-    constexpr uint32_t kAboveOneFirst = 0x3F800001u, kAboveOneLast = kFloatInfinityBits;
-    uint32_t bits = std::bit_cast<uint32_t>(v);
-    bits = bitsWithin(bits, kBelowZeroFirst, kBelowZeroLast) ? kZeroBits : bits;
-    bits = bitsWithin(bits, kAboveOneFirst, kAboveOneLast) ? kOneBits : bits;
-    return std::bit_cast<float>(bits);
+    const uint32_t belowZero = 0u - static_cast<uint32_t>(v < 0.0f);
+    const uint32_t aboveOne = 0u - static_cast<uint32_t>(v > 1.0f);
+    const uint32_t bits = std::bit_cast<uint32_t>(v);
+    return std::bit_cast<float>((bits & ~(belowZero | aboveOne)) | (aboveOne & kOneBits));
 }
 
 // Float to unsigned 32-bit code as the 64-bit Arm target converts it:
