@@ -80,9 +80,9 @@ void readVirtualPcc(PccCoefficients* block) {
     }
     static_assert(sizeof(block->row) == sizeof(payload.coefficients));
     std::memcpy(block->row, payload.coefficients, sizeof(block->row));
+    if (!logLineWanted(ANDROID_LOG_ERROR)) return;
     // Terms are logged first order, cross terms, squares, then rgb and c: not
     // the storage order, on purpose.
-    if (!logLineWanted(ANDROID_LOG_ERROR)) return;
     constexpr int kLoggedTermOrder[] = {kPccR,  kPccG,  kPccB,  kPccRG,  kPccGB, kPccRB,
                                         kPccRR, kPccGG, kPccBB, kPccRGB, kPccC};
     for (int k = 0; k < 3; ++k) {

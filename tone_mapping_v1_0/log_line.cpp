@@ -22,7 +22,8 @@ constexpr uint32_t kDoubleExponentMask = 0x7FF;
 // large for 64 bits, which printf formats instead.
 bool microUnits(double value, uint64_t* rounded) {
     const uint64_t bits = std::bit_cast<uint64_t>(value);
-    const uint32_t biased = static_cast<uint32_t>(bits >> kDoubleFractionBits) & kDoubleExponentMask;
+    const uint32_t biased =
+        static_cast<uint32_t>(bits >> kDoubleFractionBits) & kDoubleExponentMask;
     if (biased == kDoubleExponentMask) return false;
     uint64_t mantissa = bits & kDoubleFractionMask;
     if (biased != 0) mantissa |= uint64_t{1} << kDoubleFractionBits;
@@ -30,7 +31,7 @@ bool microUnits(double value, uint64_t* rounded) {
     const int exponent = (biased == 0 ? 1 : static_cast<int>(biased)) - kDoubleExponentBias;
     const unsigned __int128 scaled = static_cast<unsigned __int128>(mantissa) * kMicroUnits;
     if (exponent >= 0) {
-        // Below 2^64 after the shift: scaled is under 2^73, so exponent <= 10 at most.
+        // Whole already; printf takes what does not fit 64 bits after the shift.
         if (exponent > 63 || (scaled >> (64 - exponent)) != 0) return false;
         *rounded = static_cast<uint64_t>(scaled << exponent);
         return true;
@@ -89,7 +90,8 @@ void appendFixed(LogLine& line, double value) {
     if (!microUnits(value, &micro)) {
         char formatted[400];  // the largest double has 309 digits before the point
         const int n = std::snprintf(formatted, sizeof(formatted), "%f", value);
-        if (n > 0) appendText(line, {formatted, std::min(static_cast<size_t>(n), sizeof(formatted) - 1)});
+        const size_t length = std::min(static_cast<size_t>(n), sizeof(formatted) - 1);
+        if (n > 0) appendText(line, {formatted, length});
         return;
     }
     char digits[40];
