@@ -349,32 +349,71 @@ TEST(EdgeValues, LuminanceMappingAndCoresFollowTheirFormulasForEveryShoulderMode
 }
 
 // --- Panel correction: the polynomial in double, to float, then the clamp.
+// Corrections without second-order terms take a shorter sum when every
+// component is finite and below 2^42; each coefficient set runs on the edge
+// values (which force the whole polynomial) and on finite ones.
 TEST(EdgeValues, PanelCorrectionClampsKeepingNaNAndNegativeZero) {
-    PccCoefficients pcc{};
-    for (int row = 0; row < 3; ++row) {
-        double* k = pcc.row[row];
+    // Row order c, r, g, b, rr, gg, bb, rg, gb, rb, rgb.
+    auto everyTerm = [](double* k, int row) {
         k[0] = row == 0 ? -0.0 : 0.01 * row;
         for (int t = 1; t < 11; ++t) k[t] = (t == row + 1) ? 1.0 : (t % 3 == 0 ? -0.0 : 1e-3 * t);
-    }
-    TMParams p{};
-    p.grid_size = 3;
-    p.pcc = &pcc;
-    const EdgePlanes in(kMixedPoints);
-    EdgePlanes out = in, expected = in;
-    panel_mapping_PCC(&p, out.p);
+    };
+    auto identity = [](double* k, int row) { k[row + 1] = 1.0; };
+    auto matrixWithOffsets = [](double* k, int row) {  // signed zeros in the second-order terms
+        k[0] = row == 1 ? 0.0 : -0.002 * (row + 1);
+        for (int t = 1; t < 4; ++t) k[t] = t == row + 1 ? 0.97 : (t == 2 ? -0.015 : 0.02);
+        for (int t = 4; t < 11; ++t) k[t] = t % 2 == 0 ? -0.0 : 0.0;
+    };
+    auto negativeZeroConstant = [](double* k, int row) {  // -0 + a zero sum keeps its sign rules
+        k[0] = -0.0;
+        k[row + 1] = 1.0;
+    };
+    const struct {
+        const char* name;
+        void (*fill)(double*, int);
+    } corrections[] = {{"every term", everyTerm},
+                       {"identity", identity},
+                       {"matrix with offsets", matrixWithOffsets},
+                       {"constant -0", negativeZeroConstant}};
+    const std::vector<float> finite = {-0.0f, 0.0f,   Limits::denorm_min(), -Limits::denorm_min(),
+                                       0.5f,  3.0f,   -2.0f,                1.0f,
+                                       1e-30f, 4e12f, -4e12f,               0.999f};
+    EdgePlanes finitePlanes(kMixedPoints);
     for (unsigned i = 0; i < kMixedPoints; ++i) {
-        const float r = in.r[i], g = in.g[i], b = in.b[i];
-        const double terms[10] = {r, g, b, r * g, g * b, r * b, r * r, g * g, b * b, (r * g) * b};
-        for (int c = 0; c < 3; ++c) {
-            const double* k = pcc.row[c];
-            // Row order c, r, g, b, rr, gg, bb, rg, gb, rb, rgb; summed r, g, b, rg, gb, rb, rr, gg, bb, rgb.
-            const int order[10] = {1, 2, 3, 7, 8, 9, 4, 5, 6, 10};
-            double sum = 0.0;
-            for (int t = 0; t < 10; ++t) sum = t == 0 ? k[order[t]] * terms[t] : sum + k[order[t]] * terms[t];
-            expected.p[c][i] = clampRef(static_cast<float>(k[0] + sum));
+        const size_t n = finite.size();
+        finitePlanes.r[i] = finite[i % n];
+        finitePlanes.g[i] = finite[(i / n + 3 * i) % n];
+        finitePlanes.b[i] = finite[(5 * i + 1) % n];
+    }
+    // Zero first-order sums of each sign, where a zero second-order term could flip the sign.
+    const float signedZeroPoints[][3] = {{-0.0f, -0.0f, -0.0f}, {-0.0f, -2.0f, -0.0f}, {0.0f, -0.0f, -2.0f}};
+    for (int i = 0; i < 3; ++i) {
+        for (int c = 0; c < 3; ++c) finitePlanes.p[c][i] = signedZeroPoints[i][c];
+    }
+    for (const auto& correction : corrections) {
+        PccCoefficients pcc{};
+        for (int row = 0; row < 3; ++row) correction.fill(pcc.row[row], row);
+        TMParams p{};
+        p.grid_size = 3;
+        p.pcc = &pcc;
+        for (const EdgePlanes& in : {EdgePlanes(kMixedPoints), finitePlanes}) {
+            EdgePlanes out = in, expected = in;
+            panel_mapping_PCC(&p, out.p);
+            for (unsigned i = 0; i < kMixedPoints; ++i) {
+                const float r = in.r[i], g = in.g[i], b = in.b[i];
+                const double terms[10] = {r, g, b, r * g, g * b, r * b, r * r, g * g, b * b, (r * g) * b};
+                for (int c = 0; c < 3; ++c) {
+                    const double* k = pcc.row[c];
+                    // Summed r, g, b, rg, gb, rb, rr, gg, bb, rgb, then the constant.
+                    const int order[10] = {1, 2, 3, 7, 8, 9, 4, 5, 6, 10};
+                    double sum = 0.0;
+                    for (int t = 0; t < 10; ++t) sum = t == 0 ? k[order[t]] * terms[t] : sum + k[order[t]] * terms[t];
+                    expected.p[c][i] = clampRef(static_cast<float>(k[0] + sum));
+                }
+            }
+            expectPlanes(in, out, expected, (std::string("panel_mapping_PCC, ") + correction.name).c_str());
         }
     }
-    expectPlanes(in, out, expected, "panel_mapping_PCC");
 }
 
 }  // namespace

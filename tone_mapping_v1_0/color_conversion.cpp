@@ -203,6 +203,37 @@ inline float pccChannel(const PccRow& k, const PccTerms& t) {
     return clampUnitKeepNaN(static_cast<float>(k.c + sum));
 }
 
+// c + ((r, g, b terms) in that order), to float, clamped: pccChannel when
+// every second-order coefficient is zero (see firstOrderOnly).
+inline float pccFirstOrderChannel(const PccRow& k, double r, double g, double b) {
+    const double sum = k.r * r + k.g * g + k.b * b;
+    return clampUnitKeepNaN(static_cast<float>(k.c + sum));
+}
+
+// Whether the correction has no second-order terms (identity, or a matrix
+// with offsets, as most panels' are) and no constant of -0. Its zero
+// coefficients then add only signed zeros to a sum of finite terms, which
+// change the sum only when it is itself zero, and the constant, added last,
+// gives the same result for either sign of a zero sum unless it is -0. So
+// the three first-order products alone give the polynomial's bits, for a
+// grid whose components are all below kFiniteTermsBound in magnitude.
+bool firstOrderOnly(const PccCoefficients& pcc) {
+    constexpr int kSecondOrder[] = {kPccRR, kPccGG, kPccBB, kPccRG, kPccGB, kPccRB, kPccRGB};
+    for (const double* row : pcc.row) {
+        for (int term : kSecondOrder) {
+            if (row[term] != 0.0) return false;
+        }
+        if (row[kPccC] == 0.0 && std::signbit(row[kPccC])) return false;
+    }
+    return true;
+}
+
+// Components below 2^42 in magnitude keep every second-order term finite
+// (r g b below 2^126); larger ones, infinities and NaN may make a zero
+// coefficient times an infinite term NaN, so such a grid takes the whole
+// polynomial.
+constexpr float kFiniteTermsBound = 4398046511104.0f;  // 2^42
+
 }  // namespace
 
 }  // namespace hdrtm
@@ -291,6 +322,26 @@ void panel_mapping_PCC(TMParams* params, float** planes) {
     float* const planeR = planes[0];
     float* const planeG = planes[1];
     float* const planeB = planes[2];
+    if (firstOrderOnly(*pcc)) {
+        uint32_t outsideBound = 0;
+        for (unsigned int i = 0; i < count; ++i) {
+            outsideBound |= static_cast<uint32_t>(!(std::fabs(planeR[i]) < kFiniteTermsBound)) |
+                            static_cast<uint32_t>(!(std::fabs(planeG[i]) < kFiniteTermsBound)) |
+                            static_cast<uint32_t>(!(std::fabs(planeB[i]) < kFiniteTermsBound));
+        }
+        if (outsideBound == 0) {
+            HDRTM_INDEPENDENT_POINTS
+            for (unsigned int i = 0; i < count; ++i) {
+                const double r = planeR[i];
+                const double g = planeG[i];
+                const double b = planeB[i];
+                planeR[i] = pccFirstOrderChannel(kr, r, g, b);
+                planeG[i] = pccFirstOrderChannel(kg, r, g, b);
+                planeB[i] = pccFirstOrderChannel(kb, r, g, b);
+            }
+            return;
+        }
+    }
     HDRTM_INDEPENDENT_POINTS
     for (unsigned int i = 0; i < count; ++i) {
         const float r = planeR[i];
