@@ -14,6 +14,11 @@
 
 using PipelineFunction = void (*)(TMParams*, float**);
 
+// The panel correction a configuration runs: none, the identity (the host
+// colour manager's), a matrix with offsets (a typical calibration: first-order
+// terms only, which take the short sum) or one with every term in play.
+enum PccForm : uint8_t { kNoPcc, kIdentityPcc, kMatrixPcc, kQuadraticPcc };
+
 // One pipeline and the settings that choose what it runs: the curve form, the
 // brightness and saturation sections, and (forward pipelines only) the gamut
 // stage, the panel correction and the output encoding. The rest is the
@@ -28,19 +33,20 @@ struct PipelineConfig {
     bool brightness = false;
     bool saturation = false;
     uint8_t gamutMode = 2;
-    bool pcc = true;
+    PccForm pcc = kIdentityPcc;
     uint8_t outBitDepth = 12;
 
     // "PqForward/srgb_table_bright_sat_gmap_pcc_12bit", "SdrToPq/table_sat_10bit"
     std::string name() const {
         static const char* const kGammaNames[] = {"linear", "2p2", "srgb", "bt709", "custom"};
         static const char* const kGamutNames[] = {"nogamut", "matrix", "gmap"};
+        static const char* const kPccNames[] = {"", "_pcc", "_pccmatrix", "_pccquad"};
         std::string n = std::string(pipelineName) + '/';
         if (panelStages) n += std::string(kGammaNames[outputGamma]) + '_';
         n += tableCurve ? "table" : "param";
         if (brightness) n += "_bright";
         if (saturation) n += "_sat";
-        if (panelStages) n += std::string("_") + kGamutNames[gamutMode] + (pcc ? "_pcc" : "");
+        if (panelStages) n += std::string("_") + kGamutNames[gamutMode] + kPccNames[pcc];
         return n + "_" + std::to_string(outBitDepth) + "bit";
     }
 };
@@ -62,9 +68,19 @@ struct PipelineSetup {
             params.version = 1;
             CalCurveLUT(&params);
         }
-        params.pcc_enable = c.pcc ? 1 : 0;
+        params.pcc_enable = c.pcc != kNoPcc ? 1 : 0;
         params.pcc = &pcc;
-        for (int channel = 0; channel < 3; ++channel) pcc.row[channel][kPccR + channel] = 1.0;
+        for (int channel = 0; channel < 3; ++channel) {
+            double* row = pcc.row[channel];
+            row[kPccR + channel] = 1.0;
+            if (c.pcc == kIdentityPcc) continue;
+            row[kPccC] = 0.002 * (channel + 1);
+            row[kPccR + channel] = 0.96;
+            row[kPccR + (channel + 1) % 3] = 0.03;
+            row[kPccR + (channel + 2) % 3] = -0.01;
+            if (c.pcc == kMatrixPcc) continue;
+            for (int term = kPccRR; term <= kPccRGB; ++term) row[term] = 0.001 * (term - channel);
+        }
         for (int axis = 0; axis < 3; ++axis) {
             std::memcpy(params.grid_points[0][axis], hdrtm::kNonUniformGridCodes,
                         sizeof(hdrtm::kNonUniformGridCodes));
@@ -80,8 +96,9 @@ struct PipelineSetup {
 
 // The configurations benchmarked. Forward pipelines: the entry's hardware
 // set-up (2.2 output, parametric curve, gamut mapping, identity PCC, 12 bits),
-// each setting changed on its own, then the table curve with both sections
-// under every output encoding, and the per-layer row of a version 2.0 tuning.
+// each setting changed on its own (the PCC off, a matrix, every term), then
+// the table curve with both sections under every output encoding, and the
+// per-layer row of a version 2.0 tuning.
 // The inverse pipelines have no gamut stage, panel correction or output
 // encoding: their curve and sections vary, at the entry's 10 bits (HLG to PQ
 // runs no tone curve at all).
@@ -103,7 +120,9 @@ inline std::vector<PipelineConfig> pipelineConfigs() {
         add(base, [](PipelineConfig& c) { c.brightness = true; });
         add(base, [](PipelineConfig& c) { c.saturation = true; });
         for (uint8_t gamut : {0, 1}) add(base, [gamut](PipelineConfig& c) { c.gamutMode = gamut; });
-        add(base, [](PipelineConfig& c) { c.pcc = false; });
+        add(base, [](PipelineConfig& c) { c.pcc = kNoPcc; });
+        add(base, [](PipelineConfig& c) { c.pcc = kMatrixPcc; });
+        add(base, [](PipelineConfig& c) { c.pcc = kQuadraticPcc; });
         add(base, [](PipelineConfig& c) { c.outBitDepth = 10; });
         for (OUTPUT_GAMMA_SPACE gamma :
              {GAMMA_LINEAR, GAMMA_2P2, GAMMA_SRGB, GAMMA_BT709, GAMMA_CUSTOM}) {
@@ -115,7 +134,7 @@ inline std::vector<PipelineConfig> pipelineConfigs() {
         // The per-layer row of a version 2.0 tuning.
         add(base, [&](PipelineConfig& c) {
             tableBrightSat(c);
-            c.pcc = false;
+            c.pcc = kNoPcc;
             c.outBitDepth = 10;
         });
     }
@@ -123,7 +142,7 @@ inline std::vector<PipelineConfig> pipelineConfigs() {
                                 PipelineConfig{"SdrToHlg", HLG_inverse_lut3d_process, 0, false},
                                 PipelineConfig{"HlgToPq", inverse_lut3d_process, 1, false}}) {
         base.gamutMode = 0;
-        base.pcc = false;
+        base.pcc = kNoPcc;
         base.outBitDepth = 10;
         configs.push_back(base);
         add(base, [](PipelineConfig& c) { c.outBitDepth = 12; });
