@@ -26,7 +26,6 @@ constexpr double kSampleMax = 65535.0;  // 16-bit PNG samples
 constexpr int kForeignLutBits = 16;     // output depth of a .cube hdrtm did not write
 constexpr int kProgressWidth = 40;      // characters of the progress bar
 constexpr const char* kCompareClip = "clip";
-// H.273 code points the cICP chunk uses.
 // H.273 code points the cICP chunk uses beyond those of the entry's layers.
 constexpr uint32_t kPrimariesBt709 = 1;
 constexpr uint32_t kPrimariesP3 = 12;
