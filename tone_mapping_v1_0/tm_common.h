@@ -121,6 +121,16 @@ HDRTM_INLINE float clampUnitKeepNaN(float v) {
     return std::bit_cast<float>((bits & ~(belowZero | aboveOne)) | (aboveOne & kOneBits));
 }
 
+// `keepFirst ? first : second` for the plane loops, made from masks over
+// the bits of two values the caller has already computed. Written as a
+// conditional expression whose arms read the planes, clang branches on each
+// element to load only the arm it keeps (SSE2 and NEON have no masked loads).
+HDRTM_INLINE float selectValue(bool keepFirst, float first, float second) {
+    const uint32_t mask = 0u - static_cast<uint32_t>(keepFirst);
+    return std::bit_cast<float>((std::bit_cast<uint32_t>(first) & mask) |
+                                (std::bit_cast<uint32_t>(second) & ~mask));
+}
+
 // Float to unsigned 32-bit code as the 64-bit Arm target converts it:
 // truncation toward zero, NaN and negatives give 0, 2^32 and above saturate.
 // On x86-64 a plain cast is undefined for those values, so spell it out.

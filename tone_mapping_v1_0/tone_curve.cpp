@@ -121,7 +121,7 @@ template <typename Line, typename ToeBase, typename ShoulderBase>
         HDRTM_INDEPENDENT_POINTS
         for (uint32_t j = 0; j < n; ++j) {
             const float withPower = x[j] + gain[j] * base[j];
-            x[j] = needsPower[j] ? withPower : x[j];
+            x[j] = selectValue(needsPower[j] != 0, withPower, x[j]);
         }
     }
 }
@@ -281,7 +281,7 @@ namespace {
         HDRTM_INDEPENDENT_POINTS
         for (uint32_t j = 0; j < n; ++j) {
             const float bent = lo + range * position[j];
-            y[j] = inRange[j] ? bent : y[j];
+            y[j] = selectValue(inRange[j] != 0, bent, y[j]);
         }
     }
 }
@@ -322,7 +322,7 @@ namespace {
             if (y[j] > 0.0f) mapped[j] = powf(kLogBase, mapped[j]);
         }
         for (uint32_t j = 0; j < n; ++j) {
-            const float l = y[j] > 0.0f ? mapped[j] / kNitsPerUnit : black;
+            const float l = selectValue(y[j] > 0.0f, mapped[j] / kNitsPerUnit, black);
             y[j] = inverse ? l : (l - black) / (peak - black);
         }
     }

@@ -147,7 +147,7 @@ constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope,
             if (onPower[j]) s[j] = powf(s[j], curve.exponent);
         }
         for (unsigned int j = 0; j < n; ++j) {
-            s[j] = onPower[j] ? s[j] * curve.gain + curve.offset : s[j];
+            s[j] = selectValue(onPower[j] != 0, s[j] * curve.gain + curve.offset, s[j]);
         }
     }
 }
@@ -214,7 +214,9 @@ void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
         for (unsigned int j = 0; j < n; ++j) {
             if (aboveKnee[j]) s[j] = logf(s[j]);
         }
-        for (unsigned int j = 0; j < n; ++j) s[j] = aboveKnee[j] ? s[j] * kHlgA + kHlgC : s[j];
+        for (unsigned int j = 0; j < n; ++j) {
+            s[j] = selectValue(aboveKnee[j] != 0, s[j] * kHlgA + kHlgC, s[j]);
+        }
     }
 }
 
