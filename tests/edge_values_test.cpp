@@ -230,17 +230,24 @@ EdgePlanes satBoostRef(const EdgePlanes& in, float lowerNits, float upperNits, f
     return out;
 }
 
+// Gains of 1 to 1.2, NaN ones (from a zero-width ramp), infinite ones and
+// negative ones, against the limits of every chroma the edge values give.
 TEST(EdgeValues, SaturationGainAndBoostFollowTheirFormulas) {
+    const std::tuple<float, float, float> ramps[] = {
+        {500.0f, 5000.0f, 1.2f}, {0.0f, 0.0f, 2.0f}, {-0.0f, 1.0f, kInf}, {500.0f, 5000.0f, -3.0f}};
     for (float y : kEdges) {
-        for (const auto& [lower, upper, maxGain] : {std::tuple{500.0f, 5000.0f, 1.2f}, {0.0f, 0.0f, 2.0f}, {-0.0f, 1.0f, kInf}}) {
+        for (const auto& [lower, upper, maxGain] : ramps) {
             EXPECT_TRUE(sameBits(satGain(y, lower, upper, maxGain), satGainRef(y, lower, upper, maxGain))) << show(y);
         }
     }
-    for (const MAP_DIRECTION direction : {MAP_FORWARD, MAP_INVERSE}) {
-        const EdgePlanes in(kMixedPoints);
-        EdgePlanes out = in;
-        rgbSatBoost(out.p, kMixedPoints, 500.0f, 5000.0f, 1.2f, direction);
-        expectPlanes(in, out, satBoostRef(in, 500.0f, 5000.0f, 1.2f, direction != MAP_FORWARD), "rgbSatBoost");
+    for (const auto& [lower, upper, maxGain] : ramps) {
+        for (const MAP_DIRECTION direction : {MAP_FORWARD, MAP_INVERSE}) {
+            const EdgePlanes in(kMixedPoints);
+            EdgePlanes out = in;
+            rgbSatBoost(out.p, kMixedPoints, lower, upper, maxGain, direction);
+            expectPlanes(in, out, satBoostRef(in, lower, upper, maxGain, direction != MAP_FORWARD),
+                         ("rgbSatBoost, max gain " + std::to_string(maxGain)).c_str());
+        }
     }
 }
 

@@ -49,10 +49,15 @@ inline LumaChroma toLumaChroma(float r, float g, float b) {
 // The gain, cut to the factor that keeps both chroma components within
 // [-0.5, 0.5]; a point without chroma gets 0. The quotient is taken for
 // every point and kept only where there is chroma, so that the loop has no
-// branch.
+// branch. The larger magnitude is maxOf(|cb|, |cr|) taken on the bits: a
+// magnitude's bits order as its value does, so it is the larger bits unless
+// |cr| is NaN, when maxOf keeps |cb| (a NaN |cb| has the larger bits anyway).
 inline float limitedGain(const LumaChroma& p, float lo, float hi, float slope, float maxGain) {
     const float gain = saturationGain(p.y, lo, hi, slope, maxGain);
-    const float m = maxOf(std::fabs(p.cb), std::fabs(p.cr));
+    const uint32_t cbBits = std::bit_cast<uint32_t>(p.cb) & kFloatMagnitudeMask;
+    const uint32_t crBits = std::bit_cast<uint32_t>(p.cr) & kFloatMagnitudeMask;
+    const uint32_t largerBits = std::max(cbBits, crBits);
+    const float m = std::bit_cast<float>(crBits > kFloatInfinityBits ? cbBits : largerBits);
     const float quotient = kChromaLimit / m;
     const float limit = m > 0.0f ? quotient : 0.0f;
     return minOf(gain, limit);
