@@ -105,7 +105,9 @@ void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGam
         case GAMMA_2P2:
             // The clamp vectorised, then the powers in a loop of their own.
             forEachSample(planes, count, clampUnitKeepNaN);
-            forEachSample(planes, count, [](float x) { return powf(x, kGamma2p2EncodeExponent); });
+            for (int k = 0; k < kPlaneCount; ++k) {
+                callEach(planes[k], count, [](float x) { return powf(x, kGamma2p2EncodeExponent); });
+            }
             break;
         case GAMMA_SRGB:
             forEachSample(planes, count, clampUnitKeepNaN);
@@ -118,7 +120,9 @@ void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGam
         case GAMMA_CUSTOM: {
             const float exponent = 1.0f / outputGammaVal;
             forEachSample(planes, count, clampUnitKeepNaN);
-            forEachSample(planes, count, [exponent](float x) { return powf(x, exponent); });
+            for (int k = 0; k < kPlaneCount; ++k) {
+                callEach(planes[k], count, [exponent](float x) { return powf(x, exponent); });
+            }
             break;
         }
         default:  // GAMMA_LINEAR and unknown values: no encoding and no clamp

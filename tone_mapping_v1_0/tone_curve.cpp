@@ -114,9 +114,9 @@ template <typename Line, typename ToeBase, typename ShoulderBase>
             x[j] = inToe ? floorValue : y;
             needsPower[j] = inToe | inShoulder;
         }
-        for (uint32_t j = 0; j < n; ++j) {
-            if (needsPower[j]) base[j] = powf(base[j], exponent[j]);
-        }
+        const float* const exponents = exponent;
+        callWhere(needsPower, base, n,
+                  [exponents](float b, uint32_t j) { return powf(b, exponents[j]); });
         // The sum is formed for every point and kept where there is a power.
         HDRTM_INDEPENDENT_POINTS
         for (uint32_t j = 0; j < n; ++j) {
@@ -275,9 +275,7 @@ namespace {
             inRange[j] = lo < y[j] && y[j] < hi;
             position[j] = (y[j] - lo) / range;
         }
-        for (uint32_t j = 0; j < n; ++j) {
-            if (inRange[j]) position[j] = powf(position[j], exponent);
-        }
+        callWhere(inRange, position, n, [exponent](float p, uint32_t) { return powf(p, exponent); });
         HDRTM_INDEPENDENT_POINTS
         for (uint32_t j = 0; j < n; ++j) {
             const float bent = lo + range * position[j];
@@ -298,14 +296,17 @@ namespace {
                                                             float peak) {
     const bool inverse = direction != MAP_FORWARD;
     float mapped[kCallBlock];
+    uint32_t positive[kCallBlock];
     for (uint32_t start = 0; start < count; start += kCallBlock) {
         float* const y = luma + start;
         const uint32_t n = std::min(count - start, kCallBlock);
         // A point that is not positive gets NaN, which the curve and the
         // table pass through without a power; its result is not used.
         for (uint32_t j = 0; j < n; ++j) {
-            mapped[j] = y[j] > 0.0f ? log10f(y[j] * kNitsPerUnit) : kNotMapped;
+            positive[j] = y[j] > 0.0f;
+            mapped[j] = selectValue(positive[j] != 0, y[j] * kNitsPerUnit, kNotMapped);
         }
+        callWhere(positive, mapped, n, [](float nits, uint32_t) { return log10f(nits); });
         if (table != nullptr) {
             const uint32_t points = static_cast<uint32_t>(table->num_points);
             if (inverse) {
@@ -318,11 +319,9 @@ namespace {
         } else {
             logCurveForward(curve, mapped, n);
         }
+        callWhere(positive, mapped, n, [](float logNits, uint32_t) { return powf(kLogBase, logNits); });
         for (uint32_t j = 0; j < n; ++j) {
-            if (y[j] > 0.0f) mapped[j] = powf(kLogBase, mapped[j]);
-        }
-        for (uint32_t j = 0; j < n; ++j) {
-            const float l = selectValue(y[j] > 0.0f, mapped[j] / kNitsPerUnit, black);
+            const float l = selectValue(positive[j] != 0, mapped[j] / kNitsPerUnit, black);
             y[j] = inverse ? l : (l - black) / (peak - black);
         }
     }

@@ -112,7 +112,7 @@ void encodePlanes(float** planes, unsigned int count, unsigned int planeCount,
 
 // A pure power of every sample, in place.
 void powerSamples(float* samples, unsigned int count, float exponent) {
-    for (unsigned int i = 0; i < count; ++i) samples[i] = powf(samples[i], exponent);
+    callEach(samples, count, [exponent](float x) { return powf(x, exponent); });
 }
 
 // An encoding with a linear segment up to and including `linearLimit` and a
@@ -143,9 +143,8 @@ constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope,
             onPower[j] = !linear;
             s[j] = linear ? x * curve.linearSlope : x;
         }
-        for (unsigned int j = 0; j < n; ++j) {
-            if (onPower[j]) s[j] = powf(s[j], curve.exponent);
-        }
+        const float exponent = curve.exponent;
+        callWhere(onPower, s, n, [exponent](float x, uint32_t) { return powf(x, exponent); });
         for (unsigned int j = 0; j < n; ++j) {
             s[j] = selectValue(onPower[j] != 0, s[j] * curve.gain + curve.offset, s[j]);
         }
@@ -162,18 +161,20 @@ void luminanceToCarriedGain(float* luminance, unsigned int count, float numerato
                             float exponent) {
     float carried = 0.0f;
     float powers[kCallBlock];
+    uint32_t positive[kCallBlock];
     for (unsigned int start = 0; start < count; start += kCallBlock) {
         float* const y = luminance + start;
         const unsigned int n = std::min(count - start, kCallBlock);
-        for (unsigned int j = 0; j < n; ++j) powers[j] = base(y[j]);
         for (unsigned int j = 0; j < n; ++j) {
-            powers[j] = y[j] > 0.0f ? powf(powers[j], exponent) : 0.0f;
+            positive[j] = y[j] > 0.0f;
+            powers[j] = base(y[j]);
         }
-        // The quotient is taken for every sample and kept only where the
+        callWhere(positive, powers, n, [exponent](float b, uint32_t) { return powf(b, exponent); });
+        // The gain is taken for every sample and kept only where the
         // luminance is positive, so that the loop vectorises.
         for (unsigned int j = 0; j < n; ++j) powers[j] = (numerator / y[j]) * powers[j];
         for (unsigned int j = 0; j < n; ++j) {
-            if (y[j] > 0.0f) carried = powers[j];
+            if (positive[j] != 0) carried = powers[j];
             y[j] = carried;
         }
     }
@@ -211,9 +212,7 @@ void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
             aboveKnee[j] = !root;
             s[j] = root ? sqrtf(x) * kHlgRootScale : x + kHlgMinusB;
         }
-        for (unsigned int j = 0; j < n; ++j) {
-            if (aboveKnee[j]) s[j] = logf(s[j]);
-        }
+        callWhere(aboveKnee, s, n, [](float x, uint32_t) { return logf(x); });
         for (unsigned int j = 0; j < n; ++j) {
             s[j] = selectValue(aboveKnee[j] != 0, s[j] * kHlgA + kHlgC, s[j]);
         }
@@ -243,14 +242,14 @@ void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScal
     for (int c = 0; c < kPlaneCount; ++c) {
         float* p = planes[c];
         for (unsigned int i = 0; i < count; ++i) p[i] = clampUnitKeepNaN(p[i] / in);
-        for (unsigned int i = 0; i < count; ++i) p[i] = powf(p[i], kPqM1);
+        callEach(p, count, [](float x) { return powf(x, kPqM1); });
         for (unsigned int i = 0; i < count; ++i) {
             const float power = p[i];
             const float numerator = power * kPqC2 + kPqC1;
             const float denominator = power * kPqC3 + 1.0f;
             p[i] = numerator / denominator;
         }
-        for (unsigned int i = 0; i < count; ++i) p[i] = powf(p[i], kPqM2);
+        callEach(p, count, [](float x) { return powf(x, kPqM2); });
         for (unsigned int i = 0; i < count; ++i) p[i] = p[i] * out;
     }
 }
