@@ -1,8 +1,11 @@
 // The logarithmic tone curve, its control-point table and luminance mapping.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <tuple>
 #include <vector>
 
@@ -103,6 +106,66 @@ TEST(TableLookup, InterpolatesAndExtrapolatesTheEndSegments) {
     for (auto [count, x, y] : {std::tuple{2, 30.0f, 3.0f}, {4, 50.0f, 19.0f}, {-1, 240.0f, 574.0f}}) {
         table.num_points = count;  // a negative count reads as unsigned: all 24 points
         EXPECT_EQ(logTM_LUT(x, &table), y) << count;
+    }
+}
+
+// The upward search for the bracketing pair, one value at a time.
+float searchedOneByOne(const float* in, const float* out, int32_t count, float v) {
+    const uint32_t points = std::min(static_cast<uint32_t>(count), 24u);
+    const uint32_t half = points / 2, quarter = points / 4, last = points < 2 ? 1 : points - 1;
+    uint32_t upper = in[quarter] < v ? quarter + 1 : 1;
+    if (in[half] < v) upper = in[half + quarter] < v ? half + quarter + 1 : half + 1;
+    upper = std::min(upper, last);
+    while (upper < last && !(in[upper] >= v)) ++upper;
+    const float t = (v - in[upper - 1]) / (in[upper] - in[upper - 1]);
+    return out[upper] * t + out[upper - 1] * (1.0f - t);
+}
+
+// Rising tables (strictly, with repeats and signed zeros, with infinite ends)
+// and tables that fall (anywhere, or only at their last point) or hold NaN,
+// every count, looked up in blocks both ways: the points themselves, values
+// between and beyond them, and the edge values.
+TEST(TableLookup, BlocksGiveTheOneByOneSearchForEveryTable) {
+    const float inf = std::numeric_limits<float>::infinity();
+    std::mt19937 random(2024);
+    std::uniform_real_distribution<float> step(0.0f, 0.5f), anywhere(-4.0f, 4.0f);
+    enum Kind { kRising, kRepeats, kInfiniteEnds, kFalls, kFallsAtTheEnd, kHoldsNaN, kKinds };
+    for (int round = 0; round < 600; ++round) {
+        const int kind = round % kKinds;
+        toneMapperLUT table{round % 28 - 2, {}, {}};
+        float x = -3.0f;
+        for (int i = 0; i < kToneCurveMaxPoints; ++i) {
+            x += kind == kRepeats && i % 3 == 1 ? 0.0f : step(random) + 0.01f;
+            table.points_x[i] = kind == kFalls ? anywhere(random) : x;
+            table.points_y[i] = anywhere(random);
+        }
+        if (kind == kRepeats) table.points_x[3] = -0.0f, table.points_x[4] = 0.0f, table.points_x[5] = 0.0f;
+        if (kind == kInfiniteEnds) table.points_x[0] = -inf, table.points_x[23] = inf;
+        if (kind == kHoldsNaN) table.points_x[round / kKinds % 24] = kNaN;
+        const int last = std::clamp(static_cast<int>(static_cast<uint32_t>(table.num_points)), 2, 24) - 1;
+        if (kind == kFallsAtTheEnd) table.points_x[last] = table.points_x[last - 1] - 1.0f;
+        std::vector<float> values = {kNaN, inf, -inf, 0.0f, -0.0f, -100.0f, 100.0f};
+        for (int i = 0; i < kToneCurveMaxPoints; ++i) {
+            for (const float* axis : {table.points_x, table.points_y}) {
+                values.insert(values.end(), {axis[i], std::nextafter(axis[i], inf), std::nextafter(axis[i], -inf),
+                                             axis[i] + 0.125f, anywhere(random)});
+            }
+        }
+        for (const MAP_DIRECTION direction : {MAP_FORWARD, MAP_INVERSE}) {
+            const bool inverse = direction == MAP_INVERSE;
+            const float* in = inverse ? table.points_y : table.points_x;
+            const float* out = inverse ? table.points_x : table.points_y;
+            std::vector<float> looked = values;
+            hdrtm::lookUpControlPoints(table, direction, looked.data(), static_cast<uint32_t>(looked.size()));
+            for (size_t i = 0; i < values.size(); ++i) {
+                const float expected = searchedOneByOne(in, out, table.num_points, values[i]);
+                const bool same = std::bit_cast<uint32_t>(looked[i]) == std::bit_cast<uint32_t>(expected) ||
+                                  (std::isnan(looked[i]) && std::isnan(expected));
+                ASSERT_TRUE(same) << "round " << round << " kind " << kind << " count " << table.num_points
+                                  << (inverse ? " inverse" : " forward") << " value " << values[i] << ": "
+                                  << looked[i] << " for " << expected;
+            }
+        }
     }
 }
 

@@ -166,6 +166,12 @@ void logCurveInverse(const LogCurve& c, float* values, uint32_t count) {
 // moves on from slot k only while it sits there and the point is not at or
 // above it, which is the upward search point by point. Always inlined, so
 // that it is built for every variant of its callers.
+//
+// When the points rise (never fall, no NaN) up to the last, every slot a
+// value passes over lies below it, and the slots below the ones a start skips
+// are below it too, since a start is only taken past a point below the value.
+// The search then ends after as many slots as lie below the value (all of
+// them for NaN), counted without following where each value sits.
 [[gnu::always_inline]] inline void interpolateControlPoints(const float* in, const float* out,
                                                             uint32_t count, float* values,
                                                             uint32_t n) {
@@ -173,22 +179,32 @@ void logCurveInverse(const LogCurve& c, float* values, uint32_t count) {
     const uint32_t half = points / 2;
     const uint32_t quarter = points / 4;
     const uint32_t last = points < 2 ? 1 : points - 1;
-    const float atQuarter = in[quarter];
-    const float atHalf = in[half];
-    const float atThreeQuarters = in[half + quarter];
     uint32_t upper[kCallBlock];
-    for (uint32_t j = 0; j < n; ++j) {
-        const float v = values[j];
-        uint32_t start = atQuarter < v ? quarter + 1 : 1;
-        start = atHalf < v ? half + 1 : start;
-        start = atHalf < v && atThreeQuarters < v ? half + quarter + 1 : start;
-        upper[j] = std::min(start, last);
-    }
-    for (uint32_t k = 1; k < last; ++k) {
-        const float point = in[k];
+    bool rising = true;
+    for (uint32_t k = 0; k < last; ++k) rising &= in[k] <= in[k + 1];
+    if (rising) {
+        for (uint32_t j = 0; j < n; ++j) upper[j] = 1;
+        for (uint32_t k = 1; k < last; ++k) {
+            const float point = in[k];
+            for (uint32_t j = 0; j < n; ++j) upper[j] += !(point >= values[j]);
+        }
+    } else {
+        const float atQuarter = in[quarter];
+        const float atHalf = in[half];
+        const float atThreeQuarters = in[half + quarter];
         for (uint32_t j = 0; j < n; ++j) {
-            const bool movesOn = (upper[j] == k) & !(point >= values[j]);
-            upper[j] += movesOn;
+            const float v = values[j];
+            uint32_t start = atQuarter < v ? quarter + 1 : 1;
+            start = atHalf < v ? half + 1 : start;
+            start = atHalf < v && atThreeQuarters < v ? half + quarter + 1 : start;
+            upper[j] = std::min(start, last);
+        }
+        for (uint32_t k = 1; k < last; ++k) {
+            const float point = in[k];
+            for (uint32_t j = 0; j < n; ++j) {
+                const bool movesOn = (upper[j] == k) & !(point >= values[j]);
+                upper[j] += movesOn;
+            }
         }
     }
     for (uint32_t j = 0; j < n; ++j) {
@@ -217,15 +233,26 @@ float logTMInverse(float y, float yMin, float yMax, float k, float xMax, unsigne
 }
 
 // The count is read as unsigned: a negative count uses all 24 slots.
+HDRTM_VECTOR_CLONES
+void hdrtm::lookUpControlPoints(const toneMapperLUT& table, MAP_DIRECTION direction,
+                                float* values, uint32_t count) {
+    const bool inverse = direction != MAP_FORWARD;
+    const float* const in = inverse ? table.points_y : table.points_x;
+    const float* const out = inverse ? table.points_x : table.points_y;
+    const uint32_t points = static_cast<uint32_t>(table.num_points);
+    for (uint32_t start = 0; start < count; start += kCallBlock) {
+        interpolateControlPoints(in, out, points, values + start,
+                                 std::min(count - start, kCallBlock));
+    }
+}
+
 float logTM_LUT(float x, toneMapperLUT* table) {
-    hdrtm::interpolateControlPoints(table->points_x, table->points_y,
-                                    static_cast<uint32_t>(table->num_points), &x, 1);
+    hdrtm::lookUpControlPoints(*table, MAP_FORWARD, &x, 1);
     return x;
 }
 
 float logTMInverse_LUT(float y, toneMapperLUT* table) {
-    hdrtm::interpolateControlPoints(table->points_y, table->points_x,
-                                    static_cast<uint32_t>(table->num_points), &y, 1);
+    hdrtm::lookUpControlPoints(*table, MAP_INVERSE, &y, 1);
     return y;
 }
 

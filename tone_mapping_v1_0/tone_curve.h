@@ -39,5 +39,9 @@ LogCurve makeLogCurve(float yMin, float yMax, float k, float xMax, unsigned char
 void logCurveForward(const LogCurve& curve, float* values, uint32_t count);
 // y back to x, for `count` values in place.
 void logCurveInverse(const LogCurve& curve, float* values, uint32_t count);
+// The control-point table from inputs to outputs (forward: points_x to
+// points_y; any other direction the other way), for `count` values in place.
+void lookUpControlPoints(const toneMapperLUT& table, MAP_DIRECTION direction, float* values,
+                         uint32_t count);
 
 }  // namespace hdrtm
