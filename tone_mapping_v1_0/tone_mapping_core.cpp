@@ -60,7 +60,11 @@ inline float limitedGain(const LumaChroma& p, float lo, float hi, float slope, f
     const float m = std::bit_cast<float>(crBits > kFloatInfinityBits ? cbBits : largerBits);
     const float quotient = kChromaLimit / m;
     const float limit = m > 0.0f ? quotient : 0.0f;
-    return minOf(gain, limit);
+    // minOf(gain, limit), the limit never being NaN: gain - limit is above 0
+    // exactly when the limit is below the gain (infinite or NaN gains
+    // included), and a test of the difference is not a minimum that a
+    // compiler could turn into an instruction, as it can a test of the two.
+    return selectValue(gain - limit > 0.0f, limit, gain);
 }
 
 // One channel of the way back from luma and chroma, clamped.
