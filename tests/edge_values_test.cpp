@@ -192,13 +192,27 @@ EdgePlanes ootfRef(const EdgePlanes& in, float peak, bool inverse) {
     return out;
 }
 
+// The edge values, and a whole block of positive luminances before them, so
+// that a gain is carried out of a block with nothing to carry into a colour
+// whose luminance is negative.
 TEST(EdgeValues, OotfCarriesGainsAndClampsKeepingNaNAndNegativeZero) {
-    for (const bool inverse : {false, true}) {
-        for (const float peak : {1000.0f, 1500.0f}) {
-            const EdgePlanes in(kMixedPoints);
-            EdgePlanes out = in;
-            (inverse ? OOTF_inverse_tf : OOTF_forward_tf)(out.p, kMixedPoints, 7, 9, peak);
-            expectPlanes(in, out, ootfRef(in, peak, inverse), inverse ? "OOTF_inverse_tf" : "OOTF_forward_tf");
+    const unsigned int block = 256;
+    const EdgePlanes edges(kMixedPoints);
+    EdgePlanes afterPositiveBlock(block + 1 + kMixedPoints);
+    for (unsigned int i = 0; i < block; ++i) {
+        afterPositiveBlock.r[i] = afterPositiveBlock.g[i] = afterPositiveBlock.b[i] = 0.001f * static_cast<float>(i + 1);
+    }
+    afterPositiveBlock.r[block] = 0.5f, afterPositiveBlock.g[block] = -0.5f, afterPositiveBlock.b[block] = 0.0f;
+    for (unsigned int i = 0; i < kMixedPoints; ++i) {
+        for (int c = 0; c < 3; ++c) afterPositiveBlock.p[c][block + 1 + i] = edges.p[c][i];
+    }
+    for (const EdgePlanes& in : {edges, afterPositiveBlock}) {
+        for (const bool inverse : {false, true}) {
+            for (const float peak : {1000.0f, 1500.0f}) {
+                EdgePlanes out = in;
+                (inverse ? OOTF_inverse_tf : OOTF_forward_tf)(out.p, static_cast<unsigned int>(in.r.size()), 7, 9, peak);
+                expectPlanes(in, out, ootfRef(in, peak, inverse), inverse ? "OOTF_inverse_tf" : "OOTF_forward_tf");
+            }
         }
     }
 }

@@ -165,11 +165,20 @@ void luminanceToCarriedGain(float* luminance, unsigned int count, float numerato
     for (unsigned int start = 0; start < count; start += kCallBlock) {
         float* const y = luminance + start;
         const unsigned int n = std::min(count - start, kCallBlock);
+        unsigned int positiveCount = 0;
         for (unsigned int j = 0; j < n; ++j) {
             positive[j] = y[j] > 0.0f;
+            positiveCount += positive[j];
             powers[j] = base(y[j]);
         }
         callWhere(positive, powers, n, [exponent](float b, uint32_t) { return powf(b, exponent); });
+        if (positiveCount == n) {
+            // Nothing to carry in this block (the usual case: only black is
+            // not positive), so the gains go straight in, vectorised.
+            for (unsigned int j = 0; j < n; ++j) y[j] = (numerator / y[j]) * powers[j];
+            carried = y[n - 1];
+            continue;
+        }
         // The gain is taken for every sample and kept only where the
         // luminance is positive, so that the loop vectorises.
         for (unsigned int j = 0; j < n; ++j) powers[j] = (numerator / y[j]) * powers[j];
