@@ -35,16 +35,9 @@ void logEntryOutputs(const HardwareLutEntry* entries) {
     if (!logLineWanted(ANDROID_LOG_ERROR)) return;
     for (unsigned int k = 0; k < kLoggedLutEntries; ++k) {
         const HardwareLutEntry& e = entries[k];
-        LogLine line;
-        appendText(line, "Index [");
-        appendInteger(line, static_cast<int32_t>(k));
-        appendText(line, "] = R = ");
-        appendInteger(line, static_cast<int32_t>(e.out_r));
-        appendText(line, " G = ");
-        appendInteger(line, static_cast<int32_t>(e.out_g));
-        appendText(line, " B = ");
-        appendInteger(line, static_cast<int32_t>(e.out_b));
-        writeLogLine(ANDROID_LOG_ERROR, line);
+        writeLogPieces(ANDROID_LOG_ERROR, "Index [", static_cast<int32_t>(k), "] = R = ",
+                       static_cast<int32_t>(e.out_r), " G = ", static_cast<int32_t>(e.out_g),
+                       " B = ", static_cast<int32_t>(e.out_b));
     }
 }
 
@@ -161,9 +154,11 @@ void buildLutPayload(float* const* planes, const uint32_t* inputGrid, bool logEn
             }
         }
     }
+    if (!logLineWanted(ANDROID_LOG_INFO)) return;
     for (int k = 0; k < n; ++k) {
         const HardwareLutEntry& e = record->entries[k];
-        HDRTM_LOGI("sampling grid R = %d G = %d B = %d", e.in_r, e.in_g, e.in_b);
+        writeLogPieces(ANDROID_LOG_INFO, "sampling grid R = ", static_cast<int32_t>(e.in_r),
+                       " G = ", static_cast<int32_t>(e.in_g), " B = ", static_cast<int32_t>(e.in_b));
     }
 }
 

@@ -163,22 +163,25 @@ void logSettings(const TMParams& p, const LinearScaleChoice& scale) {
         const std::string_view labels[] = {"lut_in = ", "lut_out = "};
         for (int column = 0; column < 2; ++column) {
             for (int i = 0; i < kLoggedCurvePoints; ++i) {
-                LogLine line;
-                appendText(line, labels[column]);
-                appendFixed(line, columns[column][i]);
-                appendText(line, "  ");
-                writeLogLine(ANDROID_LOG_INFO, line);
+                writeLogPieces(ANDROID_LOG_INFO, labels[column], columns[column][i], "  ");
             }
         }
     }
-    HDRTM_LOGE("line = %d luma = %d nits blackLevel = %f nits, clipping luma = %f", kLineSettings,
-               p.panel_max_luminance, p.panel_min_luminance, p.clipLuma);
-    HDRTM_LOGE("output color space = %d", static_cast<int>(p.panel_color_mode));
-    HDRTM_LOGE("output gamma space = %d", static_cast<int>(p.output_gamma_space));
-    HDRTM_LOGE("TM control knobs:T0 = %f, M=%f, lmid =%f, intl = %f, inth = %f, slope =%f", p.t0,
-               p.sharp, p.pivot, p.intl, p.inth, p.slope);
-    HDRTM_LOGE("linear scale enable = %d, scale start =%f nits, ratio =%f, ind = %d, val =%d",
-               p.linearScale, p.scaleStart, p.ratio, scale.ind, scale.val);
+    // The settings, as "%d" and "%f" would print them.
+    if (!logLineWanted(ANDROID_LOG_ERROR)) return;
+    writeLogPieces(ANDROID_LOG_ERROR, "line = ", kLineSettings, " luma = ",
+                   int32_t{p.panel_max_luminance}, " nits blackLevel = ", p.panel_min_luminance,
+                   " nits, clipping luma = ", p.clipLuma);
+    writeLogPieces(ANDROID_LOG_ERROR, "output color space = ",
+                   static_cast<int32_t>(p.panel_color_mode));
+    writeLogPieces(ANDROID_LOG_ERROR, "output gamma space = ",
+                   static_cast<int32_t>(p.output_gamma_space));
+    writeLogPieces(ANDROID_LOG_ERROR, "TM control knobs:T0 = ", p.t0, ", M=", p.sharp,
+                   ", lmid =", p.pivot, ", intl = ", p.intl, ", inth = ", p.inth, ", slope =",
+                   p.slope);
+    writeLogPieces(ANDROID_LOG_ERROR, "linear scale enable = ", int32_t{p.linearScale},
+                   ", scale start =", p.scaleStart, " nits, ratio =", p.ratio, ", ind = ",
+                   int32_t{scale.ind}, ", val =", static_cast<int32_t>(scale.val));
 }
 
 void fillGrids(TMParams* p) {

@@ -57,6 +57,18 @@ void appendInteger(LogLine& line, int32_t value);  // as %d
 void appendFixed(LogLine& line, double value);     // as %f
 void writeLogLine(int priority, LogLine& line);
 
+// A log line from its pieces: text as it is, an int32_t as %d, a double (or
+// a float) as %f. The caller asks logLineWanted first.
+inline void appendPiece(LogLine& line, std::string_view text) { appendText(line, text); }
+inline void appendPiece(LogLine& line, int32_t value) { appendInteger(line, value); }
+inline void appendPiece(LogLine& line, double value) { appendFixed(line, value); }
+template <typename... Pieces>
+void writeLogPieces(int priority, const Pieces&... pieces) {
+    LogLine line;
+    (appendPiece(line, pieces), ...);
+    writeLogLine(priority, line);
+}
+
 constexpr int kPlaneCount = 3;
 // Relative linear light 1.0 stands for this many nits (the PQ peak).
 constexpr float kNitsPerUnit = 10000.0f;
