@@ -335,12 +335,7 @@ namespace {
         }
         callWhere(positive, mapped, n, [](float nits, uint32_t) { return log10f(nits); });
         if (table != nullptr) {
-            const uint32_t points = static_cast<uint32_t>(table->num_points);
-            if (inverse) {
-                interpolateControlPoints(table->points_y, table->points_x, points, mapped, n);
-            } else {
-                interpolateControlPoints(table->points_x, table->points_y, points, mapped, n);
-            }
+            lookUpControlPoints(*table, direction, mapped, n);
         } else if (inverse) {
             logCurveInverse(curve, mapped, n);
         } else {
