@@ -66,9 +66,4 @@ int runCurve(const std::string& tuningPath, const std::string& outputPath, const
 int runPreview(const std::string& cubePath, const std::string& outputPath,
                const std::string& input, const std::string& output, float peakNits);
 
-// The demo's layer configurations: PQ at 1000 and 4000 nits with and without
-// MaxCLL, HLG and SDR, across the blend spaces with and without the hardware
-// path, and two mixed pairs.
-std::vector<Configuration> demoConfigurations();
-
 }  // namespace hdrtm::tool

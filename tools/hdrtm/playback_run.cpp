@@ -32,6 +32,10 @@ constexpr uint32_t kPrimariesBt709 = 1;
 constexpr uint32_t kPrimariesP3 = 12;            // H.273 SMPTE EG 432-1 (Display P3)
 constexpr uint32_t kMaxH273Code = 255;           // H.273 codes are 8-bit
 constexpr uint32_t kMaxNits = 10000;             // PQ's range: mastering peak and MaxCLL
+constexpr uint32_t kDemoMasterLow = 1000;        // nits
+constexpr uint32_t kDemoMasterHigh = 4000;       // nits
+constexpr uint32_t kDemoCllLow = 600;            // nits
+constexpr uint32_t kDemoCllHigh = 1500;          // nits
 
 std::vector<std::string> gLog;
 
@@ -342,6 +346,37 @@ std::string Configuration::slug() const {
     std::string s;
     for (const LayerConfig& l : layers) s += (s.empty() ? "" : "+") + l.slug();
     return s + "_b" + std::to_string(blendSpace) + (hardware ? "-hw" : "");
+}
+
+std::vector<Configuration> demoConfigurations() {
+    const auto pq = [](uint32_t master, uint32_t cll) {
+        LayerConfig l;
+        l.transfer = kTransferPq;
+        l.primaries = kPrimariesBt2020;
+        l.masterNits = master;
+        l.cllPresent = cll != 0;
+        l.maxCll = cll;
+        return l;
+    };
+    LayerConfig hlg;
+    hlg.transfer = kTransferHlg;
+    hlg.primaries = kPrimariesBt2020;
+    LayerConfig sdr;
+    sdr.transfer = kTransferBt709;
+    sdr.primaries = kPrimariesBt709;
+    sdr.contentClass = kContentClassSdr;
+    const std::vector<LayerConfig> singles = {pq(kDemoMasterLow, 0), pq(kDemoMasterLow, kDemoCllLow),
+                                            pq(kDemoMasterHigh, 0), pq(kDemoMasterHigh, kDemoCllHigh),
+                                            hlg, sdr};
+    std::vector<Configuration> configs;
+    for (const LayerConfig& layer : singles) {
+        for (uint32_t blend : {kBlendSpacePq, kBlendSpacePerLayer, kBlendSpaceHlg}) {
+            for (bool hw : {false, true}) configs.push_back({{layer}, blend, hw});
+        }
+    }
+    configs.push_back({{pq(kDemoMasterHigh, kDemoCllHigh), sdr}, kBlendSpacePq, true});
+    configs.push_back({{hlg, sdr}, kBlendSpaceHlg, true});
+    return configs;
 }
 
 RunResult runConfiguration(const Configuration& config, int repeat, bool versionTwo) {

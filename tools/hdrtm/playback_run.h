@@ -39,6 +39,11 @@ struct Configuration {
     std::string slug() const;
 };
 
+// The demo's layer configurations, which diff compares too: PQ at 1000 and
+// 4000 nits with and without MaxCLL, HLG and SDR, across the blend spaces
+// with and without the hardware path, and two mixed pairs.
+std::vector<Configuration> demoConfigurations();
+
 const char* blendSpaceName(uint32_t blend);
 bool parseBlendSpace(const std::string& text, uint32_t* out);
 

@@ -21,10 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uint32_t kDemoMasterLow = 1000;   // nits
-constexpr uint32_t kDemoMasterHigh = 4000;  // nits
-constexpr uint32_t kDemoCllLow = 600;       // nits
-constexpr uint32_t kDemoCllHigh = 1500;     // nits
 constexpr const char* kCurveFile = "tone_curve.svg";
 
 std::string twoDigits(int n) {
@@ -303,39 +299,7 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
     return explain && luts == 0 ? kExitNoLut : kExitOk;
 }
 
-
 }  // namespace
-
-std::vector<Configuration> demoConfigurations() {
-    const auto pq = [](uint32_t master, uint32_t cll) {
-        LayerConfig l;
-        l.transfer = kTransferPq;
-        l.primaries = kPrimariesBt2020;
-        l.masterNits = master;
-        l.cllPresent = cll != 0;
-        l.maxCll = cll;
-        return l;
-    };
-    LayerConfig hlg;
-    hlg.transfer = kTransferHlg;
-    hlg.primaries = kPrimariesBt2020;
-    LayerConfig sdr;
-    sdr.transfer = kTransferBt709;
-    sdr.primaries = 1;
-    sdr.contentClass = kContentClassSdr;
-    const std::vector<LayerConfig> singles = {pq(kDemoMasterLow, 0), pq(kDemoMasterLow, kDemoCllLow),
-                                            pq(kDemoMasterHigh, 0), pq(kDemoMasterHigh, kDemoCllHigh),
-                                            hlg, sdr};
-    std::vector<Configuration> configs;
-    for (const LayerConfig& layer : singles) {
-        for (uint32_t blend : {kBlendSpacePq, kBlendSpacePerLayer, kBlendSpaceHlg}) {
-            for (bool hw : {false, true}) configs.push_back({{layer}, blend, hw});
-        }
-    }
-    configs.push_back({{pq(kDemoMasterHigh, kDemoCllHigh), sdr}, kBlendSpacePq, true});
-    configs.push_back({{hlg, sdr}, kBlendSpaceHlg, true});
-    return configs;
-}
 
 // Runs `configs` on the tuning at `tuningPath` (the built-in defaults when
 // empty); `explain` says why a layer got no LUT.
