@@ -5,12 +5,22 @@
 #include "tuning_check.h"
 
 namespace hdrtm::tool {
+namespace {
+
+// Errors fail; warnings fail only under `strict`; notes never count.
+int exitStatus(const CheckResult& result, bool strict) {
+    if (result.errors() > 0) return kExitError;
+    if (strict && result.warnings() > 0) return kExitWarnings;
+    return kExitOk;
+}
+
+}  // namespace
 
 int runCheck(const std::string& path, const CheckOptions& options) {
     const CheckResult result = checkTuningFile(path);
     if (options.json) {
         std::cout << diagnosticsJson(path, result) << "\n";
-        return checkExitStatus(result, options.strict);
+        return exitStatus(result, options.strict);
     }
     for (const Diagnostic& d : result.diagnostics) {
         if (d.severity != Severity::kNote || options.verbose) std::cout << formatDiagnostic(path, d) << "\n";
@@ -25,7 +35,7 @@ int runCheck(const std::string& path, const CheckOptions& options) {
                   << (options.verbose ? "" : " (shown with -v)");
     }
     std::cout << "\n";
-    return checkExitStatus(result, options.strict);
+    return exitStatus(result, options.strict);
 }
 
 }  // namespace hdrtm::tool

@@ -610,10 +610,4 @@ std::string diagnosticsJson(const std::string& path, const CheckResult& result) 
     return list.dump(2);
 }
 
-int checkExitStatus(const CheckResult& result, bool strict) {
-    if (result.errors() > 0) return 2;
-    if (strict && result.warnings() > 0) return 1;
-    return 0;
-}
-
 }  // namespace hdrtm::tool

@@ -44,8 +44,4 @@ std::string formatDiagnostic(const std::string& path, const Diagnostic& d);
 // message, stored}; unknown line, column and stored value are null.
 std::string diagnosticsJson(const std::string& path, const CheckResult& result);
 
-// Exit status of `hdrtm check`: 2 with errors, 1 with warnings under
-// `strict`, else 0. Notes never count.
-int checkExitStatus(const CheckResult& result, bool strict);
-
 }  // namespace hdrtm::tool
