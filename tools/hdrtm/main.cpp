@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "near_names.h"
+#include "output_files.h"
 #include "raster.h"
 
 namespace {
@@ -266,6 +267,9 @@ int main(int argc, char** argv) {
         if (*check) return runCheck(checkPath, checkOptions);
         if (*curve) return runCurve(curveTuning, curveOut, curveCsv, curvePeak, curveForce);
         if (*preview) return runPreview(previewCube, previewOut, previewInput, previewOutput, previewPeak);
+    } catch (const ForeignFilesError& e) {
+        return fail(std::string(e.what()) +
+                    ": give a new or empty folder with -o, or add --force to write beside them");
     } catch (const std::exception& e) {
         return fail(e.what());
     }

@@ -124,11 +124,8 @@ void prepareRunFolder(const std::string& dir, bool force) {
             names += (i ? ", " : "") + foreign[i];
         }
         if (foreign.size() > kListedForeignFiles) names += ", ...";
-        throw std::runtime_error("the output folder " + dir + " holds " +
-                                 std::to_string(foreign.size()) +
-                                 " file(s) that no earlier hdrtm run there wrote (" + names +
-                                 "): give a new or empty folder with -o, or add --force to write "
-                                 "beside them");
+        throw ForeignFilesError("the output folder " + dir + " holds " + std::to_string(foreign.size()) +
+                                " file(s) that no earlier hdrtm run there wrote (" + names + ")");
     }
     if (::access(dir.c_str(), W_OK) != 0) {
         throw std::runtime_error("cannot write into the output folder " + dir + ": " +

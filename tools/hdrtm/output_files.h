@@ -2,6 +2,7 @@
 // its own, so that no file from one run is mistaken for part of another.
 #pragma once
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,16 @@ std::string xmlEscaped(const std::string& text);
 // and the reason.
 void writeFileAtomically(const std::string& path, const std::string& bytes);
 
+// A run folder refused for files no earlier run wrote; what() names the
+// folder and the files, and the caller adds how to go on.
+struct ForeignFilesError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 // Makes `dir` ready for a run: creates it, or, when it exists, removes the
 // files the manifest of an earlier run lists. Any other file in it is refused
-// (std::runtime_error naming it) unless `force`, which leaves such files be.
+// (ForeignFilesError) unless `force`, which leaves such files be; other
+// failures throw std::runtime_error.
 void prepareRunFolder(const std::string& dir, bool force);
 
 // Records `files` (names inside `dir`) as the run's own.
