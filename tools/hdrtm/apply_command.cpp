@@ -73,7 +73,7 @@ CubeTable loadLut(const std::string& source, const Configuration& config, bool f
         const std::string named = source == "defaults" ? "the built-in defaults" : std::string(what) + " " + source;
         throw CommandError(named + " give no LUT for " + config.describe() +
                            ": the entry took the row \"" + r.rows.front() + "\"" +
-                           (r.remedies.front().empty() ? "" : "; " + r.remedies.front()));
+                           (r.remedies.front() == Remedy::kNone ? "" : "; " + remedyText(r.remedies.front())));
     }
     Lut3d lut = r.luts.front().lut;
     if (params.output_gamma_space == GAMMA_CUSTOM) lut.panel.gammaValue = params.output_gamma_val;

@@ -41,6 +41,27 @@ CheckResult vetTuning(const std::string& path, bool force) {
     return check;
 }
 
+std::string remedyText(Remedy remedy) {
+    switch (remedy) {
+        case Remedy::kNone: return "";
+        case Remedy::kPerLayerBlend:
+            return "only the first PQ layer gets the hardware LUT; use --blend layer for a LUT per layer";
+        case Remedy::kHardwareOrPerLayer: return "add --hw for a hardware LUT, or use --blend layer for a layer LUT";
+        case Remedy::kPqHardwareOrPerLayer:
+            return "PQ layers are not blended in HLG; use --blend pq --hw or --blend layer";
+        case Remedy::kHlgFirstOrPerLayer:
+            return "one hardware LUT per call; put the HLG layer first or use --blend layer";
+        case Remedy::kHardwareOrLayerLut:
+            return "add --hw for a hardware LUT, or use --blend pq or --blend layer for a layer LUT";
+        case Remedy::kKnownBlendSpace: return "use --blend pq, layer or hlg";
+        case Remedy::kSdrBlendSpace:
+            return "SDR layers are mapped into a blending space: use --blend pq or --blend hlg";
+        case Remedy::kKnownTransfer:
+            return "the entry builds LUTs for transfers pq (16), hlg (18) and sdr (1), or for class=2 (SDR content)";
+    }
+    return "";
+}
+
 TMParams defaultParams() {
     TMParams p;
     std::memset(&p, 0, sizeof(p));

@@ -1,8 +1,10 @@
-// What the commands share: their inputs checked and loaded.
+// What the commands share: their inputs checked and loaded, and the advice
+// for a layer that gets no LUT.
 #pragma once
 
 #include <string>
 
+#include "playback_run.h"
 #include "tm_params.h"
 #include "tuning_check.h"
 
@@ -15,6 +17,9 @@ void requireReadable(const std::string& path, const char* what);
 // its mistakes silently. Errors and warnings are printed in full; errors
 // throw CommandError unless `force`.
 CheckResult vetTuning(const std::string& path, bool force);
+
+// What would give a LUT, in the options of the commands; "" for kNone.
+std::string remedyText(Remedy remedy);
 
 // The built-in defaults as the library sets them.
 TMParams defaultParams();

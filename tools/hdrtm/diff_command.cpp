@@ -214,7 +214,7 @@ int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, co
     if (configs.size() == 1 && a.results[0].luts.empty() && b.results[0].luts.empty()) {
         const RunResult& r = a.results[0];
         std::cerr << "hdrtm: note: " << configs[0].describe() << " gives no LUT: the entry took the row \""
-                  << r.rows.front() << "\"" << (r.remedies.front().empty() ? "" : "; " + r.remedies.front()) << "\n";
+                  << r.rows.front() << "\"" << (r.remedies.front() == Remedy::kNone ? "" : "; " + remedyText(r.remedies.front())) << "\n";
     }
     if (options.pictures) {
         if (!a.lutFile) {

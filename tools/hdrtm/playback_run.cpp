@@ -53,18 +53,18 @@ struct ExpectedRow {
     Signal input = Signal::kPq;
     Signal output = Signal::kPanel;
     const char* checksumPrefix = nullptr;  // start of the checksum line this row logs
-    std::string remedy;  // for a row without a LUT: what would give one
+    Remedy remedy = Remedy::kNone;  // for a row without a LUT: what would give one
 };
 
-ExpectedRow noLut(std::string name, std::string remedy) {
+ExpectedRow noLut(std::string name, Remedy remedy) {
     ExpectedRow row;
     row.name = std::move(name);
-    row.remedy = std::move(remedy);
+    row.remedy = remedy;
     return row;
 }
 
-ExpectedRow refused(std::string name, std::string remedy) {
-    ExpectedRow row = noLut(std::move(name), std::move(remedy));
+ExpectedRow refused(std::string name, Remedy remedy) {
+    ExpectedRow row = noLut(std::move(name), remedy);
     row.kind = RowKind::kRefused;
     return row;
 }
@@ -75,68 +75,59 @@ ExpectedRow expectRow(const LayerConfig& layer, uint32_t blend, bool& blendTaken
     const uint32_t t = layer.transfer;
     if (t == kTransferPq) {
         if (blendTaken) {
-            return noLut(
-                "no LUT: PQ after the hardware LUT",
-                "only the first PQ layer gets the hardware LUT; use --blend layer for a LUT per layer");
+            return noLut("no LUT: PQ after the hardware LUT", Remedy::kPerLayerBlend);
         }
         if (blend == kBlendSpacePerLayer) {
             pccEnabled = false;
             return {RowKind::kLayerLut, "layer LUT: lut3d_process",
-                    Signal::kPq, Signal::kPanel, "Line = 1852 Forward Tonemap checksum", ""};
+                    Signal::kPq, Signal::kPanel, "Line = 1852 Forward Tonemap checksum", Remedy::kNone};
         }
         if (blend == kBlendSpacePq && !pccEnabled) {
-            return noLut("no LUT: PQ blending without the hardware path",
-                         "add --hw for a hardware LUT, or use --blend layer for a layer LUT");
+            return noLut("no LUT: PQ blending without the hardware path", Remedy::kHardwareOrPerLayer);
         }
         if (blend == kBlendSpacePq) {
             blendTaken = true;
             return {RowKind::kHardwareLut, "hardware LUT: lut3d_process, 12-bit",
-                    Signal::kPq, Signal::kPanel, "Line: 1785 Forward checksum is", ""};
+                    Signal::kPq, Signal::kPanel, "Line: 1785 Forward checksum is", Remedy::kNone};
         }
-        return refused("refused: PQ under HLG blending",
-                       "PQ layers are not blended in HLG; use --blend pq --hw or --blend layer");
+        return refused("refused: PQ under HLG blending", Remedy::kPqHardwareOrPerLayer);
     }
     if (t == kTransferHlg) {
         if (blend == kBlendSpacePq) {
             return {RowKind::kLayerLut, "layer LUT: inverse_lut3d_process, HLG to PQ",
-                    Signal::kHlg, Signal::kPq, "Line: 1988 Inverse Checksum", ""};
+                    Signal::kHlg, Signal::kPq, "Line: 1988 Inverse Checksum", Remedy::kNone};
         }
         if (blend == kBlendSpacePerLayer) {
             pccEnabled = false;
             return {RowKind::kLayerLut, "layer LUT: HLG_lut3d_process",
-                    Signal::kHlg, Signal::kPanel, "Line: 2017 Inverse Checksum", ""};
+                    Signal::kHlg, Signal::kPanel, "Line: 2017 Inverse Checksum", Remedy::kNone};
         }
         if (blend == kBlendSpaceHlg && blendTaken) {
-            return refused("refused: HLG blending after the hardware LUT",
-                           "one hardware LUT per call; put the HLG layer first or use --blend layer");
+            return refused("refused: HLG blending after the hardware LUT", Remedy::kHlgFirstOrPerLayer);
         }
         if (blend == kBlendSpaceHlg && !pccEnabled) {
-            return noLut("no LUT: HLG blending without the hardware path",
-                         "add --hw for a hardware LUT, or use --blend pq or --blend layer for a layer LUT");
+            return noLut("no LUT: HLG blending without the hardware path", Remedy::kHardwareOrLayerLut);
         }
         if (blend == kBlendSpaceHlg) {
             blendTaken = true;
             return {RowKind::kHardwareLut,
                     "hardware LUT: HLG_lut3d_process, 12-bit", Signal::kHlg,
-                    Signal::kPanel, "Line: 1922 Forward checksum is", ""};
+                    Signal::kPanel, "Line: 1922 Forward checksum is", Remedy::kNone};
         }
-        return noLut("no LUT: HLG under an unknown blend space", "use --blend pq, layer or hlg");
+        return noLut("no LUT: HLG under an unknown blend space", Remedy::kKnownBlendSpace);
     }
     if (t == kTransferBt709 || layer.contentClass == kContentClassSdr) {
         if (blend == kBlendSpacePq) {
             return {RowKind::kLayerLut, "layer LUT: inverse_lut3d_process, SDR to PQ",
-                    Signal::kSdr, Signal::kPq, "Inverse checksum", ""};
+                    Signal::kSdr, Signal::kPq, "Inverse checksum", Remedy::kNone};
         }
         if (blend == kBlendSpaceHlg) {
             return {RowKind::kLayerLut, "layer LUT: HLG_inverse_lut3d_process, SDR to HLG",
-                    Signal::kSdr, Signal::kHlg, "Inverse checksum", ""};
+                    Signal::kSdr, Signal::kHlg, "Inverse checksum", Remedy::kNone};
         }
-        return noLut("no LUT: SDR without a blending space to map into",
-                     "SDR layers are mapped into a blending space: use --blend pq or --blend hlg");
+        return noLut("no LUT: SDR without a blending space to map into", Remedy::kSdrBlendSpace);
     }
-    return noLut(
-        "no LUT: transfer " + std::to_string(t),
-        "the entry builds LUTs for transfers pq (16), hlg (18) and sdr (1), or for class=2 (SDR content)");
+    return noLut("no LUT: transfer " + std::to_string(t), Remedy::kKnownTransfer);
 }
 
 // Reads "<prefix> = N" lines in order.

@@ -58,10 +58,24 @@ struct ProducedLut {
     uint32_t payloadUniform = 1;  // the push's uniform flag
 };
 
+// What would give a LUT to a layer whose decision row gives none, for the
+// caller to say in its own words (the CLI names its options).
+enum class Remedy {
+    kNone,                  // the row gives a LUT
+    kPerLayerBlend,         // PQ after the hardware LUT: only the first PQ layer gets it
+    kHardwareOrPerLayer,    // PQ blending without the hardware path
+    kPqHardwareOrPerLayer,  // PQ under HLG blending: PQ blending on the hardware path, or per layer
+    kHlgFirstOrPerLayer,    // HLG blending after the hardware LUT: one hardware LUT per call
+    kHardwareOrLayerLut,    // HLG blending without the hardware path: that path, or a layer LUT
+    kKnownBlendSpace,       // an unknown blend space
+    kSdrBlendSpace,         // SDR needs a blending space (PQ or HLG) to map into
+    kKnownTransfer,         // the entry builds LUTs for PQ, HLG and SDR (or SDR content) only
+};
+
 struct RunResult {
     int status = 0;                       // the entry's return value
     std::vector<std::string> rows;        // decision row per layer
-    std::vector<std::string> remedies;    // per layer: what would give a LUT, or empty
+    std::vector<Remedy> remedies;         // per layer
     std::vector<ProducedLut> luts;
     double msPerCall = 0.0;               // median over the timed calls
     std::string standardOutput;           // what the entry printed

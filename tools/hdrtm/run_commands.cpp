@@ -220,10 +220,10 @@ void reportProblems(const std::vector<ConfigSummary>& all) {
 void explainMissingLuts(const std::vector<ConfigSummary>& all) {
     for (const ConfigSummary& s : all) {
         for (size_t i = 0; i < s.result.rows.size(); ++i) {
-            if (s.result.remedies[i].empty()) continue;
+            if (s.result.remedies[i] == Remedy::kNone) continue;
             std::cerr << "hdrtm: note: configuration " << s.index << ", layer " << i
                       << ": the entry's decision table took the row \"" << s.result.rows[i]
-                      << "\"; " << s.result.remedies[i] << "\n";
+                      << "\"; " << remedyText(s.result.remedies[i]) << "\n";
         }
     }
 }
