@@ -16,6 +16,7 @@
 #include "output_files.h"
 #include "png_image.h"
 #include "preview.h"
+#include "tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {

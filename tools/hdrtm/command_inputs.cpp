@@ -9,7 +9,7 @@
 #include <iostream>
 
 #include "commands.h"
-#include "hdr_playback.h"
+#include "tuning_record.h"
 
 namespace hdrtm::tool {
 namespace fs = std::filesystem;
@@ -62,24 +62,9 @@ std::string remedyText(Remedy remedy) {
     return "";
 }
 
-TMParams defaultParams() {
-    TMParams p;
-    std::memset(&p, 0, sizeof(p));
-    set_default_vals(&p);
-    return p;
-}
-
 TMParams loadTuning(const std::string& path, bool force, bool* versionTwo) {
     *versionTwo = vetTuning(path, force).versionTwo;
-    TMParams params;
-    PccCoefficients pcc;
-    std::memset(&params, 0, sizeof(params));
-    params.pcc = &pcc;
-    if (HDR_load_tone_mapping_xml(path.c_str(), &params) != 0) {
-        throw CommandError("the library cannot load the tuning file " + path);
-    }
-    params.pcc = nullptr;
-    return params;
+    return loadTuningRecord(path);
 }
 
 }  // namespace hdrtm::tool

@@ -21,11 +21,7 @@ CheckResult vetTuning(const std::string& path, bool force);
 // What would give a LUT, in the options of the commands; "" for kNone.
 std::string remedyText(Remedy remedy);
 
-// The built-in defaults as the library sets them.
-TMParams defaultParams();
-
-// A vetted tuning file as the library loads it, for the tone-curve plot,
-// which needs the record itself.
+// A vetted tuning file as the library loads it (loadTuningRecord).
 TMParams loadTuning(const std::string& path, bool force, bool* versionTwo);
 
 }  // namespace hdrtm::tool

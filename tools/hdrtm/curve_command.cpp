@@ -5,10 +5,11 @@
 #include "command_inputs.h"
 #include "commands.h"
 #include "hdr_playback.h"
-#include "output_files.h"
 #include "number_text.h"
+#include "output_files.h"
 #include "playback_run.h"
 #include "tone_curve_plot.h"
+#include "tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {

@@ -14,6 +14,7 @@
 #include "lut_difference.h"
 #include "output_files.h"
 #include "tone_curve_plot.h"
+#include "tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {

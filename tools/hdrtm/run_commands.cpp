@@ -15,6 +15,7 @@
 #include "output_files.h"
 #include "preview.h"
 #include "tone_curve_plot.h"
+#include "tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {
