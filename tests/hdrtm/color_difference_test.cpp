@@ -1,7 +1,7 @@
-// ICtCp (BT.2100) and ΔE_ITP (BT.2124). The standards give no worked
-// colour examples we hold exactly, so greys are checked against ST 2084's
-// own values (a grey has Ct = Cp = 0 and I = PQ(Y)) and colours by the
-// properties the metric must have.
+// The signal encodings, ICtCp (BT.2100) and ΔE_ITP (BT.2124). The standards
+// give no worked colour examples we hold exactly, so greys are checked
+// against ST 2084's own values (a grey has Ct = Cp = 0 and I = PQ(Y)) and
+// colours by the properties the metric must have.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -17,6 +17,17 @@ constexpr double kPq1000Nits = 0.751827096247;  // of 1000 cd/m2
 constexpr double kTolerance = 1e-9;
 
 Nits3 grey(double nits) { return {nits, nits, nits}; }
+
+TEST(SignalEncodings, RoundTripAndHitTheirReferencePoints) {
+    EXPECT_NEAR(pqToNits(1.0), 10000.0, 1e-6);
+    EXPECT_NEAR(nitsToPq(100.0), kPq100Nits, 1e-6);
+    EXPECT_NEAR(hlgToScene(0.5), 1.0 / 12.0, 1e-12);
+    EXPECT_NEAR(hlgToScene(1.0), 1.0, 1e-6);
+    for (double s = 0.0; s <= 1.0; s += 0.05) {
+        EXPECT_NEAR(nitsToPq(pqToNits(s)), s, 1e-6);  // PQ of 0 nits is 7.3e-7
+        EXPECT_NEAR(sceneToHlg(hlgToScene(s)), s, 1e-9);
+    }
+}
 
 TEST(Ictcp, GreysLieOnTheIAxisAtTheirPqLevel) {
     const struct {

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "cube_file.h"
+#include "lut_lookup.h"
 #include "output_files.h"
 #include "preview.h"
 #include "tm_params.h"
@@ -77,17 +78,6 @@ TEST_F(LutFiles, CubeReadsBackAsTheCodesOverTheirMaximumWithItsGridAndBadOnesAre
     std::ofstream(path) << "0 0 0\n";
     EXPECT_THROW(readCube(path.string()), std::runtime_error);
     EXPECT_THROW(readCube((dir_ / "missing.cube").string()), std::runtime_error);
-}
-
-TEST(SignalEncodings, RoundTripAndHitTheirReferencePoints) {
-    EXPECT_NEAR(pqToNits(1.0), 10000.0, 1e-6);
-    EXPECT_NEAR(nitsToPq(100.0), 0.508078, 1e-6);
-    EXPECT_NEAR(hlgToScene(0.5), 1.0 / 12.0, 1e-12);
-    EXPECT_NEAR(hlgToScene(1.0), 1.0, 1e-6);
-    for (double s = 0.0; s <= 1.0; s += 0.05) {
-        EXPECT_NEAR(nitsToPq(pqToNits(s)), s, 1e-6);  // PQ of 0 nits is 7.3e-7
-        EXPECT_NEAR(sceneToHlg(hlgToScene(s)), s, 1e-9);
-    }
 }
 
 // A table whose outputs are its inputs, sampled on the given grid.

@@ -8,12 +8,11 @@
 #include <memory>
 #include <tuple>
 
-#include "commands.h"
 #include "clf_file.h"
 #include "cube_file.h"
 #include "hdr_playback.h"
 #include "playback_run.h"
-#include "preview.h"
+#include "lut_lookup.h"
 
 namespace {
 

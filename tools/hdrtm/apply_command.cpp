@@ -15,7 +15,7 @@
 #include "hdr_playback.h"
 #include "output_files.h"
 #include "png_image.h"
-#include "preview.h"
+#include "lut_lookup.h"
 #include "tuning_record.h"
 
 namespace hdrtm::tool {

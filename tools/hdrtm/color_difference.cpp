@@ -3,16 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "preview.h"
 #include "tm_stages.h"
 
 namespace hdrtm::tool {
 namespace {
-
-// BT.2020 luminance weights.
-constexpr double kLumaR = 0.2627;
-constexpr double kLumaG = 0.678;
-constexpr double kLumaB = 0.0593;
 
 // BT.2100 ICtCp: BT.2020 RGB to LMS, in 4096ths.
 constexpr double kRgbToLms[3][3] = {
@@ -86,8 +80,6 @@ std::vector<std::array<float, 3>> clipToPanel(const std::vector<Nits3>& light, c
     }
     return out;
 }
-
-double luminance(const Nits3& rgb) { return kLumaR * rgb[0] + kLumaG * rgb[1] + kLumaB * rgb[2]; }
 
 Ictcp ictcpFromNits(const Nits3& rgb) {
     double lms[3];

@@ -7,10 +7,9 @@
 #include <vector>
 
 #include "lut_data.h"
+#include "signal_light.h"
 
 namespace hdrtm::tool {
-
-using Nits3 = std::array<double, 3>;  // linear light in cd/m2, BT.2020 primaries
 
 struct Ictcp {
     double i = 0.0;
@@ -41,8 +40,5 @@ std::vector<std::array<float, 3>> clipToPanel(const std::vector<Nits3>& light, c
 // The display light of input signals of `input` (SDR as sRGB with white at
 // 100 nits on BT.709 primaries), on BT.2020 primaries.
 Nits3 inputLight(const std::array<float, 3>& signal, Signal input);
-
-// BT.2020 luminance of `rgb`.
-double luminance(const Nits3& rgb);
 
 }  // namespace hdrtm::tool

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "cube_file.h"
-#include "preview.h"
+#include "lut_lookup.h"
 
 namespace hdrtm::tool {
 namespace {

@@ -5,26 +5,12 @@
 #include <memory>
 
 #include "color_difference.h"
+#include "lut_lookup.h"
 #include "number_text.h"
+#include "signal_light.h"
 
 namespace hdrtm::tool {
 namespace {
-
-// SMPTE ST 2084 (PQ) constants.
-constexpr double kPqM1 = 2610.0 / 16384.0;
-constexpr double kPqM2 = 2523.0 / 4096.0 * 128.0;
-constexpr double kPqC1 = 3424.0 / 4096.0;
-constexpr double kPqC2 = 2413.0 / 4096.0 * 32.0;
-constexpr double kPqC3 = 2392.0 / 4096.0 * 32.0;
-constexpr double kPqPeakNits = 10000.0;
-// ARIB STD-B67 (HLG) constants and the reference display of BT.2100.
-constexpr double kHlgA = 0.17883277;
-constexpr double kHlgB = 0.28466892;
-constexpr double kHlgC = 0.55991073;
-constexpr double kHlgPeakNits = 1000.0;
-constexpr double kHlgSystemGamma = 1.2;
-// SDR content: sRGB signal with white at 100 nits.
-constexpr double kSdrWhiteNits = 100.0;
 
 constexpr int kBandHeight = 28;
 constexpr int kBandGap = 6;
@@ -58,24 +44,6 @@ constexpr Band kBands[] = {
     {"hues 50%", BandKind::kHues, {0.5f, 0.5f, 0.5f}},
 };
 
-double srgbEncode(double v) {
-    return v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1.0 / 2.4) - 0.055;
-}
-double srgbDecode(double v) {
-    return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
-}
-
-// Display light in nits of a grey at `nits`, as a signal of `s`.
-float encodeGrey(double nits, Signal s) {
-    switch (s) {
-        case Signal::kPq: return static_cast<float>(nitsToPq(nits));
-        case Signal::kHlg:
-            return static_cast<float>(sceneToHlg(
-                std::pow(std::min(nits / kHlgPeakNits, 1.0), 1.0 / kHlgSystemGamma)));
-        default: return static_cast<float>(srgbEncode(std::min(nits / kSdrWhiteNits, 1.0)));
-    }
-}
-
 std::array<float, 3> hue(float u) {
     const float h = u * 6.0f;
     const float f = h - std::floor(h);
@@ -100,84 +68,6 @@ std::vector<Rgb8> plainClip(const std::vector<std::array<double, 3>>& nits, cons
     for (const auto& v : clipToPanel(nits, panel)) out.push_back({toByte(v[0]), toByte(v[1]), toByte(v[2])});
     return out;
 }
-
-// Segment and fraction of `x` among the sample positions.
-std::pair<int, float> locate(const std::vector<float>& pos, float x) {
-    const int last = static_cast<int>(pos.size()) - 1;
-    x = std::clamp(x, pos.front(), pos.back());
-    int i = static_cast<int>(std::upper_bound(pos.begin(), pos.end(), x) - pos.begin()) - 1;
-    i = std::clamp(i, 0, last - 1);
-    const float span = pos[i + 1] - pos[i];
-    return {i, span > 0.0f ? (x - pos[i]) / span : 0.0f};
-}
-
-}  // namespace
-
-double pqToNits(double signal) {
-    const double p = std::pow(std::clamp(signal, 0.0, 1.0), 1.0 / kPqM2);
-    return kPqPeakNits * std::pow(std::max(p - kPqC1, 0.0) / (kPqC2 - kPqC3 * p), 1.0 / kPqM1);
-}
-
-double nitsToPq(double nits) {
-    const double y = std::pow(std::clamp(nits / kPqPeakNits, 0.0, 1.0), kPqM1);
-    return std::pow((kPqC1 + kPqC2 * y) / (1.0 + kPqC3 * y), kPqM2);
-}
-
-double hlgToScene(double signal) {
-    const double e = std::clamp(signal, 0.0, 1.0);
-    return e <= 0.5 ? e * e / 3.0 : (std::exp((e - kHlgC) / kHlgA) + kHlgB) / 12.0;
-}
-
-double sceneToHlg(double scene) {
-    const double e = std::clamp(scene, 0.0, 1.0);
-    return e <= 1.0 / 12.0 ? std::sqrt(3.0 * e) : kHlgA * std::log(12.0 * e - kHlgB) + kHlgC;
-}
-
-std::array<double, 3> signalToNits(const std::array<float, 3>& v, Signal s) {
-    std::array<double, 3> out{};
-    if (s == Signal::kPq) {
-        for (int c = 0; c < 3; ++c) out[c] = pqToNits(v[c]);
-    } else if (s == Signal::kHlg) {
-        for (int c = 0; c < 3; ++c) out[c] = hlgToScene(v[c]);
-        const double ys = luminance(out);
-        const double gain = kHlgPeakNits * std::pow(std::max(ys, 0.0), kHlgSystemGamma - 1.0);
-        for (double& e : out) e *= gain;
-    } else {
-        for (int c = 0; c < 3; ++c) out[c] = srgbDecode(std::clamp<double>(v[c], 0.0, 1.0)) * kSdrWhiteNits;
-    }
-    return out;
-}
-
-std::array<float, 3> lookUp(const CubeTable& t, const std::array<float, 3>& rgb) {
-    const auto [r, fr] = locate(t.positions, rgb[0]);
-    const auto [g, fg] = locate(t.positions, rgb[1]);
-    const auto [b, fb] = locate(t.positions, rgb[2]);
-    const int n = t.size;
-    // Captured by value: clang 14 cannot capture structured bindings.
-    const auto at = [&t, n, r = r, g = g, b = b](int dr, int dg,
-                                                  int db) -> const std::array<float, 3>& {
-        return t.values[((b + db) * n + (g + dg)) * n + (r + dr)];
-    };
-    // Tetrahedral interpolation, as display hardware does: walk from the
-    // cell's first corner to its last along the axes in order of their
-    // fractions, so greys stay on the grey axis (trilinear interpolation
-    // would bend them through off-axis corners).
-    std::array<std::pair<float, int>, 3> steps = {{{fr, 0}, {fg, 1}, {fb, 2}}};
-    std::stable_sort(steps.begin(), steps.end(),
-                     [](const auto& a, const auto& x) { return a.first > x.first; });
-    int offset[3] = {0, 0, 0};
-    const std::array<float, 3>* previous = &at(0, 0, 0);
-    std::array<float, 3> out = *previous;
-    for (const auto& [fraction, axis] : steps) {
-        offset[axis] = 1;
-        const std::array<float, 3>& corner = at(offset[0], offset[1], offset[2]);
-        for (int c = 0; c < 3; ++c) out[c] += fraction * (corner[c] - (*previous)[c]);
-        previous = &corner;
-    }
-    return out;
-}
-
-namespace {
 
 // Display light in nits of a grey input signal `u` of `s`.
 double greyNits(double u, Signal s) { return signalToNits({float(u), float(u), float(u)}, s)[1]; }

@@ -13,21 +13,6 @@ namespace hdrtm::tool {
 
 constexpr Rgb8 kPeakMarkerColour = {255, 90, 60};  // the panel's peak on the grey ramp
 
-// Signal encodings of the test pattern (standard formulas in double
-// precision; a preview, not the library's bit-exact arithmetic).
-double pqToNits(double signal);
-double nitsToPq(double nits);
-double hlgToScene(double signal);  // scene light 0..1
-double sceneToHlg(double scene);
-// Display light in nits of a signal of `s` per channel: PQ, HLG on its
-// 1000-nit reference display, SDR as sRGB with white at 100 nits (on its own
-// primaries).
-std::array<double, 3> signalToNits(const std::array<float, 3>& v, Signal s);
-
-// Looks `rgb` (input signal 0..1) up in the table by tetrahedral
-// interpolation between its sample positions.
-std::array<float, 3> lookUp(const CubeTable& table, const std::array<float, 3>& rgb);
-
 // Renders the preview of `table`: the LUT's side on the left, the plain clip
 // on the right, one labelled band per pattern row, the grey ramp with its
 // scale in nits and the panel's peak. `halfWidth` is the width of each side
