@@ -8,8 +8,9 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "commands.h"
+#include "apply_image.h"
 #include "hdr_playback.h"
+#include "output_files.h"
 #include "png_image.h"
 #include "playback_run.h"
 
@@ -27,6 +28,16 @@ Configuration pqLayer(uint32_t blend, bool hw) {
     return c;
 }
 
+// The one LUT that `tuning` ("defaults" or a file) gives for `config`.
+Lut3d lutOf(const std::string& tuning, const Configuration& config, bool versionTwo) {
+    std::string error;
+    EXPECT_TRUE(setTuningProperty(tuning == "defaults" ? "" : tuning, &error)) << error;
+    const RunResult r = runConfiguration(config, 0, versionTwo);
+    setTuningProperty("", &error);
+    EXPECT_EQ(r.luts.size(), 1u);
+    return r.luts.empty() ? Lut3d{} : r.luts[0].lut;
+}
+
 class ApplyTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -39,21 +50,22 @@ protected:
     }
     static void TearDownTestSuite() { fs::remove_all(dir_); }
 
-    // Applies `tuning` ("defaults" or a file) with `config` to the node image
-    // and checks the nodes of grid rows [firstRow, firstRow + 17) against `lut`.
-    void expectNodesMatch(const std::string& tuning, const Configuration& config, int firstRow, bool versionTwo) {
-        std::string error;
-        ASSERT_TRUE(setTuningProperty(tuning == "defaults" ? "" : tuning, &error)) << error;
-        const RunResult r = runConfiguration(config, 0, versionTwo);
-        ASSERT_EQ(r.luts.size(), 1u);
-        const Lut3d& lut = r.luts[0].lut;
-        ApplyOptions options;
-        options.image = (dir_ / "grid_nodes_pq.png").string();
-        options.lut = tuning;
-        options.output = (dir_ / "out.png").string();
-        options.config = config;
-        ASSERT_EQ(runApply(options), kExitOk);
-        PngReader out(options.output);
+    // Applies `lut` to the PQ image `name` and writes it to `output`;
+    // returns how many rows were reported done.
+    static int apply(const std::string& name, const Lut3d& lut, Beside beside, const std::string& output) {
+        PngReader image((dir_ / name).string());
+        int rows = 0;
+        writeFileAtomically(output, applyToImage(image, Signal::kPq, toCubeTable(lut), beside, nullptr,
+                                                 [&rows](int done) { rows = done; }));
+        return rows;
+    }
+
+    // Checks the nodes of grid rows [firstRow, firstRow + 17) of the applied
+    // node image against `lut`.
+    static void expectNodesMatch(const Lut3d& lut, int firstRow) {
+        const std::string output = (dir_ / "out.png").string();
+        apply("grid_nodes_pq.png", lut, Beside::kNothing, output);
+        PngReader out(output);
         ASSERT_EQ(out.width(), kNodeRow);
         ASSERT_EQ(out.height(), 2 * kLutSize);
         std::vector<uint16_t> row;
@@ -68,7 +80,6 @@ protected:
                 }
             }
         }
-        setTuningProperty("", &error);
     }
 
     static fs::path dir_;
@@ -77,27 +88,25 @@ protected:
 fs::path ApplyTest::dir_;
 
 TEST_F(ApplyTest, UniformLayerLutComesOutExactlyAtItsNodes) {
-    expectNodesMatch("defaults", pqLayer(kBlendSpacePerLayer, false), 0, false);
+    expectNodesMatch(lutOf("defaults", pqLayer(kBlendSpacePerLayer, false), false), 0);
 }
 
 TEST_F(ApplyTest, NonUniformHardwareLutComesOutExactlyAtItsNodes) {
-    expectNodesMatch(HDRTM_CHECK_DATA_DIR "/clean.xml", pqLayer(kBlendSpacePq, true), kLutSize, true);
+    expectNodesMatch(lutOf(HDRTM_CHECK_DATA_DIR "/clean.xml", pqLayer(kBlendSpacePq, true), true), kLutSize);
 }
 
 TEST_F(ApplyTest, TheImageKeepsItsSizeAndItsClipSitsBeside) {
-    ApplyOptions options;
-    options.image = (dir_ / "test_pattern_pq.png").string();
-    options.lut = "defaults";
-    options.output = (dir_ / "pattern.png").string();
-    options.compare = "clip";
-    options.config = pqLayer(kBlendSpacePerLayer, false);
-    options.config.layers.clear();  // the image's own signal
-    ASSERT_EQ(runApply(options), kExitOk);
-    PngReader in(options.image), out(options.output);
-    EXPECT_TRUE(in.hasCicp());
-    EXPECT_EQ(in.cicp().transfer, 16);
+    const std::string output = (dir_ / "pattern.png").string();
+    const Lut3d lut = lutOf("defaults", pqLayer(kBlendSpacePerLayer, false), false);
+    const int rows = apply("test_pattern_pq.png", lut, Beside::kPlainClip, output);
+    PngReader in((dir_ / "test_pattern_pq.png").string()), out(output);
+    Signal signal = Signal::kPanel;
+    ASSERT_TRUE(in.hasCicp());
+    EXPECT_TRUE(signalOfTransfer(in.cicp().transfer, &signal));
+    EXPECT_EQ(signal, Signal::kPq);
     EXPECT_EQ(out.width(), 2 * in.width());
     EXPECT_EQ(out.height(), in.height());
+    EXPECT_EQ(rows, in.height());
 }
 
 }  // namespace

@@ -1,59 +1,25 @@
-// apply: a LUT on a real image, as the display hardware applies it: 10-bit
-// input codes, tetrahedral interpolation between the LUT's true grid
-// positions, integer output codes at the LUT's bit depth.
+// apply: a LUT file or a tuning's LUT on a 16-bit PNG (apply_image), with
+// a progress bar on a terminal.
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
-#include <filesystem>
 #include <iostream>
 
+#include "apply_image.h"
 #include "clf_file.h"
-#include "color_difference.h"
 #include "command_inputs.h"
 #include "commands.h"
 #include "hdr_playback.h"
 #include "output_files.h"
 #include "png_image.h"
-#include "lut_lookup.h"
 #include "tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr double kSampleMax = 65535.0;  // 16-bit PNG samples
-constexpr int kForeignLutBits = 16;     // output depth of a .cube hdrtm did not write
-constexpr int kProgressWidth = 40;      // characters of the progress bar
+constexpr int kForeignLutBits = 16;  // output depth of a .cube hdrtm did not write
+constexpr int kProgressWidth = 40;   // characters of the progress bar
 constexpr const char* kCompareClip = "clip";
-// H.273 code points the cICP chunk uses beyond those of the entry's layers.
-constexpr uint32_t kPrimariesBt709 = 1;
-constexpr uint32_t kPrimariesP3 = 12;
-constexpr uint32_t kTransferSrgb = 13;
-constexpr uint32_t kTransferBt2020[] = {14, 15};  // BT.2020 10- and 12-bit, as BT.709
-
-// The signal an image's cICP transfer code says it holds.
-bool signalOfTransfer(uint32_t transfer, Signal* out) {
-    if (transfer == kTransferPq) {
-        *out = Signal::kPq;
-    } else if (transfer == kTransferHlg) {
-        *out = Signal::kHlg;
-    } else if (transfer == kTransferBt709 || transfer == kTransferSrgb ||
-               std::count(std::begin(kTransferBt2020), std::end(kTransferBt2020), transfer) > 0) {
-        *out = Signal::kSdr;
-    } else {
-        return false;
-    }
-    return true;
-}
-
-std::string primariesName(uint32_t code) {
-    if (code == kPrimariesBt709) return "bt709";
-    if (code == kPrimariesBt2020) return "bt2020";
-    if (code == kPrimariesP3) return "p3";
-    return std::to_string(code);
-}
 
 // The LUT a file or a tuning gives for the configuration.
 CubeTable loadLut(const std::string& source, const Configuration& config, bool force, const char* what) {
@@ -79,38 +45,6 @@ CubeTable loadLut(const std::string& source, const Configuration& config, bool f
     Lut3d lut = r.luts.front().lut;
     if (params.output_gamma_space == GAMMA_CUSTOM) lut.panel.gammaValue = params.output_gamma_val;
     return toCubeTable(lut);
-}
-
-// One image row through `table` as hardware does: 10-bit input codes,
-// output codes at the LUT's depth, written as 16-bit samples.
-void applyRow(const CubeTable& table, const std::vector<uint16_t>& in, uint16_t* out, size_t pixels) {
-    const double maxCode = std::ldexp(1.0, table.bitDepth) - 1.0;
-    for (size_t p = 0; p < pixels; ++p) {
-        std::array<float, 3> position;
-        for (int c = 0; c < 3; ++c) {
-            const long code = std::lround(in[p * 3 + c] * double(kInputCodeMax) / kSampleMax);
-            position[c] = static_cast<float>(code) / static_cast<float>(kInputCodeMax);
-        }
-        const std::array<float, 3> v = lookUp(table, position);
-        for (int c = 0; c < 3; ++c) {
-            const double code = std::round(std::clamp(double(v[c]), 0.0, 1.0) * maxCode);
-            out[p * 3 + c] = static_cast<uint16_t>(std::lround(code * kSampleMax / maxCode));
-        }
-    }
-}
-
-// The same row clipped plainly to the panel of `table`, encoded as its panel signal.
-void clipRow(const CubeTable& table, Signal input, const std::vector<uint16_t>& in, uint16_t* out, size_t pixels) {
-    std::vector<Nits3> light(pixels);
-    for (size_t p = 0; p < pixels; ++p) {
-        const std::array<float, 3> signal = {float(in[p * 3] / kSampleMax), float(in[p * 3 + 1] / kSampleMax),
-                                             float(in[p * 3 + 2] / kSampleMax)};
-        light[p] = inputLight(signal, input);
-    }
-    const auto clipped = clipToPanel(light, table.panel);
-    for (size_t p = 0; p < pixels; ++p) {
-        for (int c = 0; c < 3; ++c) out[p * 3 + c] = static_cast<uint16_t>(std::lround(clipped[p][c] * kSampleMax));
-    }
 }
 
 class Progress {
@@ -186,25 +120,13 @@ int runApply(const ApplyOptions& options) {
                                " input but the image holds " + signalLabel(input));
         }
     }
-    const size_t width = static_cast<size_t>(reader.width());
-    const int sides = options.compare.empty() ? 1 : 2;
-    // A LUT into a blending space writes that space's signal, which cICP can name.
-    Cicp outputCicp{kPrimariesBt2020, static_cast<uint8_t>(lut.output == Signal::kHlg ? kTransferHlg : kTransferPq),
-                    0, 1};
-    const bool labelled = lut.output != Signal::kPanel && (sides == 1 || other.output == lut.output) && !compareClip;
-    PngWriter writer(reader.width() * sides, reader.height(), labelled ? &outputCicp : nullptr);
-    std::vector<uint16_t> in;
-    std::vector<uint16_t> out(width * 3 * sides);
+    const Beside beside = options.compare.empty() ? Beside::kNothing
+                          : compareClip           ? Beside::kPlainClip
+                                                  : Beside::kSecondLut;
+    const int sides = beside == Beside::kNothing ? 1 : 2;
     Progress progress(reader.height());
-    for (int y = 0; y < reader.height(); ++y) {
-        reader.readRow(in);
-        applyRow(lut, in, out.data(), width);
-        if (compareClip) clipRow(lut, input, in, out.data() + width * 3, width);
-        if (sides == 2 && !compareClip) applyRow(other, in, out.data() + width * 3, width);
-        writer.writeRow(out);
-        progress.update(y + 1);
-    }
-    writeFileAtomically(options.output, writer.finish());
+    writeFileAtomically(options.output, applyToImage(reader, input, lut, beside, &other,
+                                                     [&progress](int rows) { progress.update(rows); }));
     std::cout << "Wrote " << options.output << " (" << reader.width() * sides << "x" << reader.height() << ", "
               << signalLabel(input) << " through the LUT" << (compareClip ? ", beside the plain clip" : "")
               << (sides == 2 && !compareClip ? ", beside " + options.compare : "") << "): "

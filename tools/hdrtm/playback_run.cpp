@@ -305,6 +305,13 @@ bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* er
     return true;
 }
 
+std::string primariesName(uint32_t code) {
+    if (code == kPrimariesBt709) return "bt709";
+    if (code == kPrimariesBt2020) return "bt2020";
+    if (code == kPrimariesP3) return "p3";
+    return std::to_string(code);
+}
+
 const char* blendSpaceName(uint32_t blend) {
     switch (blend) {
         case kBlendSpacePq: return "PQ blend";

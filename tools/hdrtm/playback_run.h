@@ -29,6 +29,9 @@ struct LayerConfig {
 // pairs: primaries=bt2020|bt709|p3|CODE, class=N, master=NITS, cll=NITS.
 // Returns false with `error` set for anything it cannot read.
 bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* error);
+// The primaries= value for an H.273 primaries code: bt709, bt2020, p3 or the
+// code.
+std::string primariesName(uint32_t code);
 
 struct Configuration {
     std::vector<LayerConfig> layers;  // 1 to 4
