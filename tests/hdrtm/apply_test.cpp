@@ -8,11 +8,11 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "apply_image.h"
+#include "apply/apply_image.h"
+#include "files/output_files.h"
+#include "files/png_image.h"
 #include "hdr_playback.h"
-#include "output_files.h"
-#include "png_image.h"
-#include "playback_run.h"
+#include "playback/playback_run.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <string>
 
-#include "tuning_check.h"
+#include "tuning/tuning_check.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-#include "color_difference.h"
+#include "colour/color_difference.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // worst node named by its input.
 #include <gtest/gtest.h>
 
-#include "lut_difference.h"
+#include "colour/lut_difference.h"
 
 namespace {
 

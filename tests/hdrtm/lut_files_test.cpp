@@ -9,12 +9,12 @@
 #include <memory>
 #include <sstream>
 
-#include "cube_file.h"
-#include "lut_lookup.h"
-#include "output_files.h"
-#include "preview.h"
+#include "colour/lut_lookup.h"
+#include "drawing/preview.h"
+#include "drawing/tone_curve_plot.h"
+#include "files/cube_file.h"
+#include "files/output_files.h"
 #include "tm_params.h"
-#include "tone_curve_plot.h"
 
 namespace {
 

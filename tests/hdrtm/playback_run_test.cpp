@@ -8,11 +8,11 @@
 #include <memory>
 #include <tuple>
 
-#include "clf_file.h"
-#include "cube_file.h"
+#include "colour/lut_lookup.h"
+#include "files/clf_file.h"
+#include "files/cube_file.h"
 #include "hdr_playback.h"
-#include "playback_run.h"
-#include "lut_lookup.h"
+#include "playback/playback_run.h"
 
 namespace {
 

@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <iostream>
 
-#include "apply_image.h"
-#include "clf_file.h"
+#include "apply/apply_image.h"
 #include "command_inputs.h"
 #include "commands.h"
+#include "files/clf_file.h"
+#include "files/output_files.h"
+#include "files/png_image.h"
 #include "hdr_playback.h"
-#include "output_files.h"
-#include "png_image.h"
-#include "tuning_record.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {

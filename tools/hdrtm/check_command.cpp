@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "commands.h"
-#include "tuning_check.h"
+#include "tuning/tuning_check.h"
 
 namespace hdrtm::tool {
 namespace {

@@ -9,7 +9,7 @@
 #include <iostream>
 
 #include "commands.h"
-#include "tuning_record.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace fs = std::filesystem;

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "playback_run.h"
+#include "playback/playback_run.h"
 #include "tm_params.h"
-#include "tuning_check.h"
+#include "tuning/tuning_check.h"
 
 namespace hdrtm::tool {
 

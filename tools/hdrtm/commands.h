@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "playback_run.h"
+#include "playback/playback_run.h"
 
 namespace hdrtm::tool {
 

@@ -4,12 +4,12 @@
 
 #include "command_inputs.h"
 #include "commands.h"
+#include "drawing/tone_curve_plot.h"
+#include "files/output_files.h"
 #include "hdr_playback.h"
 #include "number_text.h"
-#include "output_files.h"
-#include "playback_run.h"
-#include "tone_curve_plot.h"
-#include "tuning_record.h"
+#include "playback/playback_run.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {

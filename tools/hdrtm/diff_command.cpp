@@ -6,15 +6,15 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "clf_file.h"
+#include "colour/lut_difference.h"
 #include "command_inputs.h"
 #include "commands.h"
-#include "difference_plot.h"
+#include "drawing/difference_plot.h"
+#include "drawing/tone_curve_plot.h"
+#include "files/clf_file.h"
+#include "files/output_files.h"
 #include "hdr_playback.h"
-#include "lut_difference.h"
-#include "output_files.h"
-#include "tone_curve_plot.h"
-#include "tuning_record.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {

@@ -6,9 +6,9 @@
 #include <iostream>
 
 #include "commands.h"
-#include "near_names.h"
-#include "output_files.h"
-#include "raster.h"
+#include "drawing/raster.h"
+#include "files/output_files.h"
+#include "tuning/near_names.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 
 #include "command_inputs.h"
 #include "commands.h"
-#include "cube_file.h"
+#include "drawing/preview.h"
+#include "files/cube_file.h"
+#include "files/output_files.h"
 #include "number_text.h"
-#include "output_files.h"
-#include "preview.h"
 
 namespace hdrtm::tool {
 namespace fs = std::filesystem;

@@ -7,15 +7,15 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "clf_file.h"
-#include "codes_file.h"
 #include "command_inputs.h"
-#include "cube_file.h"
+#include "drawing/preview.h"
+#include "drawing/tone_curve_plot.h"
+#include "files/clf_file.h"
+#include "files/codes_file.h"
+#include "files/cube_file.h"
+#include "files/output_files.h"
 #include "hdr_playback.h"
-#include "output_files.h"
-#include "preview.h"
-#include "tone_curve_plot.h"
-#include "tuning_record.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {
