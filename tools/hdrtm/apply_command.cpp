@@ -38,9 +38,10 @@ CubeTable loadLut(const std::string& source, const Configuration& config, bool f
     setTuningProperty("", &error);
     if (r.luts.empty()) {
         const std::string named = source == "defaults" ? "the built-in defaults" : std::string(what) + " " + source;
+        const std::string remedy = remedyText(r.remedies.front());
         throw CommandError(named + " give no LUT for " + config.describe() +
                            ": the entry took the row \"" + r.rows.front() + "\"" +
-                           (r.remedies.front() == Remedy::kNone ? "" : "; " + remedyText(r.remedies.front())));
+                           (remedy.empty() ? "" : "; " + remedy));
     }
     Lut3d lut = r.luts.front().lut;
     if (params.output_gamma_space == GAMMA_CUSTOM) lut.panel.gammaValue = params.output_gamma_val;

@@ -214,8 +214,9 @@ int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, co
     // A configuration of one's own choosing that gives nothing to compare says why.
     if (configs.size() == 1 && a.results[0].luts.empty() && b.results[0].luts.empty()) {
         const RunResult& r = a.results[0];
+        const std::string remedy = remedyText(r.remedies.front());
         std::cerr << "hdrtm: note: " << configs[0].describe() << " gives no LUT: the entry took the row \""
-                  << r.rows.front() << "\"" << (r.remedies.front() == Remedy::kNone ? "" : "; " + remedyText(r.remedies.front())) << "\n";
+                  << r.rows.front() << "\"" << (remedy.empty() ? "" : "; " + remedy) << "\n";
     }
     if (options.pictures) {
         if (!a.lutFile) {
