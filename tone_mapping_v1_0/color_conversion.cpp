@@ -5,6 +5,7 @@
 
 #include <cmath>
 
+#include "cr_maths.h"
 #include "tm_stages.h"
 
 namespace hdrtm {
@@ -158,7 +159,6 @@ constexpr float kLabWhiteY = 100.0f;
 constexpr float kLabWhiteZ = 108.91f;
 constexpr float kLabPercent = 100.0f;  // relative XYZ (Y = 1 white) to percent
 // CIE Lab f(t): cube root above (6/29)^3, linear t/(3*(6/29)^2) + 4/29 below.
-constexpr float kLabCubeRootExponent = 0.33333334f;
 constexpr float kLabLinearThreshold = 0.008856453f;  // (6/29)^3
 constexpr float kLabLinearSlope = 7.7870374f;        // 1/(3*(6/29)^2)
 constexpr float kLabLinearOffset = 0.13793103f;      // 4/29
@@ -169,7 +169,7 @@ constexpr float kLabBScale = 200.0f;
 
 // Lab companding; t equal to the threshold takes the linear branch.
 inline float labF(float t) {
-    if (t > kLabLinearThreshold) return powf(t, kLabCubeRootExponent);
+    if (t > kLabLinearThreshold) return crPowf(t, kLabCubeRootExponent);
     return kLabLinearSlope * t + kLabLinearOffset;
 }
 
