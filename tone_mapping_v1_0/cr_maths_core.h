@@ -150,9 +150,14 @@ HDRTM_INLINE FastResult exp2Decided(double t) {
     return r;
 }
 
+// x^y; +0 to a finite power is decided too (+0, or +infinity for a negative
+// power), since the planes meet it often: every sample clipped to black.
 HDRTM_INLINE FastResult powDecided(float x, float y) {
     FastResult r = exp2Decided(static_cast<double>(y) * log2Fast(reduceLogArgument(x)));
-    r.decided = r.decided & inFastDomain(x) & isFiniteNonZero(y);
+    const bool positiveZero = std::bit_cast<uint32_t>(x) == 0;
+    const float zeroPower = std::bit_cast<float>(y < 0.0f ? kFloatInfinityBits : 0u);
+    r.value = positiveZero ? zeroPower : r.value;
+    r.decided = ((r.decided & inFastDomain(x)) | positiveZero) & isFiniteNonZero(y);
     return r;
 }
 
