@@ -43,7 +43,10 @@ float logSpecialCase(float x) {
 }  // namespace
 
 DoubleDouble logDoubleDouble(float x) {
-    const LogArgument a = reduceLogArgument(x);
+    // A subnormal is scaled up by 2^23 (exactly) to a normal.
+    const bool subnormal = std::bit_cast<uint32_t>(x) < kFloatMinNormalBits;
+    LogArgument a = reduceLogArgument(subnormal ? x * 0x1p23f : x);
+    if (subnormal) a.exponent -= kFloatFractionBits;
     const double r = a.r;
     // sum over k of (-1)^(k+1) r^(k-1) / k, k = 1..15, by Horner: terms from
     // 8 up are below 2^-59 of the sum and go in double precision.
