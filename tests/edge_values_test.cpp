@@ -148,6 +148,32 @@ TEST(EdgeValues, EncodersClampOnlyBelowZeroAndAboveOne) {
     EXPECT_TRUE(sameBits(zero.r[0], -0.0f)) << show(zero.r[0]);
 }
 
+// --- Lab: each channel over its white, the cube root above (6/29)^3 (the
+// threshold itself takes the line), then L, a and b.
+float labFRef(float t) { return t > 0.008856453f ? crPowf(t, 0.33333334f) : 7.7870374f * t + 0.13793103f; }
+
+TEST(EdgeValues, LabConversionFollowsItsFormula) {
+    TMParams params{};
+    params.grid_size = 3;
+    EdgePlanes in(kMixedPoints);
+    in.g[1] = 0.008856453f / 100.0f * 100.0f;  // Y on the threshold
+    in.g[2] = std::nextafter(in.g[1], 1.0f);
+    EdgePlanes out = in, expected = in;
+    xyz2lab(&params, in.p, out.p);
+    for (unsigned i = 0; i < kMixedPoints; ++i) {
+        const float fx = labFRef(in.r[i] * 100.0f / 95.05f);
+        const float fy = labFRef(in.g[i] * 100.0f / 100.0f);
+        const float fz = labFRef(in.b[i] * 100.0f / 108.91f);
+        expected.r[i] = 116.0f * fy - 16.0f;
+        expected.g[i] = 500.0f * (fx - fy);
+        expected.b[i] = 200.0f * (fy - fz);
+    }
+    expectPlanes(in, out, expected, "xyz2lab");
+    EdgePlanes inPlace = in;
+    xyz2lab(&params, inPlace.p, inPlace.p);  // the outputs may be the inputs
+    expectPlanes(in, inPlace, expected, "xyz2lab in place");
+}
+
 TEST(EdgeValues, TableDecodersIndexEntryZeroForSignedZeroSubnormalAndNaN) {
     // Infinities and huge values would index past the tables, which callers
     // never pass; the other edges all truncate to index 0.
