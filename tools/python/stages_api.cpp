@@ -8,6 +8,7 @@
 #include "playback/lut_data.h"
 #include "tm_stages.h"
 #include "tuning/tone_curve.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::python {
 namespace {
@@ -100,13 +101,16 @@ py::array_t<float> arrayOf(const Values& v) {
     return out;
 }
 
-// The record the stage functions are given: the tuning's fields, with those
-// the entry sets per call as the entry sets them for a layer LUT, a uniform
-// grid and a zeroed panel-correction block that the record points to.
+// The record the stage functions are given, as the entry prepares its
+// working copy: the tuning's fields with a version 2.0 tuning's control
+// points converted (CalCurveLUT), those the entry sets per call as it sets
+// them for a layer LUT, a uniform grid and a zeroed panel-correction block
+// that the record points to.
 struct Record {
     TMParams params;
     PccCoefficients pcc{};
     explicit Record(const Tuning& t) : params(t.params) {
+        if (params.version == kTableCurveVersion) CalCurveLUT(&params);
         params.pcc = &pcc;
         params.pcc_enable = 0;
         params.map_direction = MAP_FORWARD;
