@@ -96,10 +96,10 @@ class CLibrary:
             f(pointers, count, *args)
         return np.stack(planes, axis=1)
 
-    def record(self, tuning_path=None):
-        """A TMParams as the entry prepares it from set_default_vals or the
-        loader (a version 2.0 table converted by CalCurveLUT), with its PCC
-        block."""
+    def record(self, tuning_path=None, convert_curve=True):
+        """A TMParams as set_default_vals or the loader leaves it, with its PCC
+        block; a version 2.0 table converted by CalCurveLUT, as the entry does
+        before it runs a stage, unless convert_curve is False."""
         record = ctypes.create_string_buffer(RECORD_SIZE)
         pcc = ctypes.create_string_buffer(PCC_SIZE)
         struct.pack_into("Q", record, PCC_OFFSET, ctypes.addressof(pcc))
@@ -107,7 +107,7 @@ class CLibrary:
             self.function("set_default_vals")(record)
         else:
             assert self.lib.HDR_load_tone_mapping_xml(str(tuning_path).encode(), record) == 0
-        if struct.unpack_from("I", record, VERSION_OFFSET)[0] == 1:
+        if convert_curve and struct.unpack_from("I", record, VERSION_OFFSET)[0] == 1:
             self.function("CalCurveLUT")(record)
         return record, pcc
 

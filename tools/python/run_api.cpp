@@ -263,11 +263,17 @@ void write(const LutObject& l, const py::object& pathObject) {
     const std::string path = pathText(pathObject);
     if (!isLutFileName(path)) throw py::value_error(path + ": a LUT is written as .cube or .clf");
     std::vector<std::string> landed;
-    LibraryCall call;
-    try {
-        writeLutFile(path, l.produced, l.title, l.notes, &landed);
-    } catch (const std::runtime_error& e) {
-        PyErr_SetString(PyExc_OSError, e.what());
+    std::string failure;
+    {
+        LibraryCall call;
+        try {
+            writeLutFile(path, l.produced, l.title, l.notes, &landed);
+        } catch (const std::runtime_error& e) {
+            failure = e.what();
+        }
+    }
+    if (!failure.empty()) {
+        PyErr_SetString(PyExc_OSError, failure.c_str());
         throw py::error_already_set();
     }
 }
