@@ -20,12 +20,9 @@ class Tuning:
     def defaults() -> Tuning: ...
     def replace(self, **fields: Union[int, float]) -> Tuning: ...
     def to_dict(self) -> dict[str, Any]: ...
-    @property
-    def path(self) -> str | None: ...
-    @property
-    def curve(self) -> dict[str, Any]: ...
-    @property
-    def pcc(self) -> npt.NDArray[np.float64] | None: ...
+    path: str | None  # read-only
+    curve: dict[str, Any]  # read-only
+    pcc: npt.NDArray[np.float64] | None  # read-only
     panel_max_luminance: int
     panel_min_luminance: float
     nominal_peak_luminance: float
@@ -57,18 +54,12 @@ class Tuning:
     version: int
 
 class Diagnostic:
-    @property
-    def severity(self) -> Literal["error", "warning", "note"]: ...
-    @property
-    def code(self) -> str: ...
-    @property
-    def line(self) -> int | None: ...
-    @property
-    def column(self) -> int | None: ...
-    @property
-    def message(self) -> str: ...
-    @property
-    def stored(self) -> str | None: ...
+    severity: Literal["error", "warning", "note"]  # read-only
+    code: str  # read-only
+    line: int | None  # read-only
+    column: int | None  # read-only
+    message: str  # read-only
+    stored: str | None  # read-only
 
 def check(path: PathLike) -> list[Diagnostic]: ...
 
@@ -81,72 +72,43 @@ class Layer:
         master: int | None = None,
         cll: int | None = None,
     ) -> None: ...
-    @property
-    def transfer(self) -> int: ...
-    @property
-    def primaries(self) -> int: ...
-    @property
-    def content_class(self) -> int: ...
-    @property
-    def master(self) -> int: ...
-    @property
-    def cll(self) -> int | None: ...
-    @property
-    def text(self) -> str: ...
+    transfer: int  # read-only
+    primaries: int  # read-only
+    content_class: int  # read-only
+    master: int  # read-only
+    cll: int | None  # read-only
+    text: str  # read-only
 
 class Configuration:
-    @property
-    def layers(self) -> list[Layer]: ...
-    @property
-    def blend(self) -> Blend: ...
-    @property
-    def hw(self) -> bool: ...
+    layers: list[Layer]  # read-only
+    blend: Blend  # read-only
+    hw: bool  # read-only
 
 class Lut:
-    @property
-    def codes(self) -> npt.NDArray[np.uint16]: ...
-    @property
-    def grid(self) -> npt.NDArray[np.float64]: ...
-    @property
-    def grid_codes(self) -> npt.NDArray[np.uint16]: ...
-    @property
-    def hardware_grid(self) -> npt.NDArray[np.uint16] | None: ...
-    @property
-    def bits(self) -> int: ...
-    @property
-    def kind(self) -> Literal["layer", "hardware", "file"]: ...
-    @property
-    def label(self) -> str: ...
-    @property
-    def layer(self) -> int: ...
-    @property
-    def pipeline(self) -> str | None: ...
-    @property
-    def checksum(self) -> int | None: ...
-    @property
-    def input_signal(self) -> Literal["pq", "hlg", "sdr"]: ...
-    @property
-    def output_signal(self) -> Literal["panel", "pq", "hlg"]: ...
+    codes: npt.NDArray[np.uint16]  # read-only
+    grid: npt.NDArray[np.float64]  # read-only
+    grid_codes: npt.NDArray[np.uint16]  # read-only
+    hardware_grid: npt.NDArray[np.uint16] | None  # read-only
+    bits: int  # read-only
+    kind: Literal["layer", "hardware", "file"]  # read-only
+    label: str  # read-only
+    layer: int  # read-only
+    pipeline: str | None  # read-only
+    checksum: int | None  # read-only
+    input_signal: Literal["pq", "hlg", "sdr"]  # read-only
+    output_signal: Literal["panel", "pq", "hlg"]  # read-only
     def apply(self, image: Union[npt.NDArray[np.uint16], Float32Array]) -> Union[npt.NDArray[np.uint16], Float32Array]: ...
     def write(self, path: PathLike) -> None: ...
 
 class RunResult:
-    @property
-    def row(self) -> str: ...
-    @property
-    def rows(self) -> list[str]: ...
-    @property
-    def luts(self) -> list[Lut]: ...
-    @property
-    def log(self) -> list[str]: ...
-    @property
-    def status(self) -> int: ...
-    @property
-    def printed(self) -> str: ...
-    @property
-    def problems(self) -> list[str]: ...
-    @property
-    def configuration(self) -> str: ...
+    row: str  # read-only
+    rows: list[str]  # read-only
+    luts: list[Lut]  # read-only
+    log: list[str]  # read-only
+    status: int  # read-only
+    printed: str  # read-only
+    problems: list[str]  # read-only
+    configuration: str  # read-only
 
 def run(
     layers: Union[Layer, str, Sequence[Union[Layer, str]]],
@@ -184,20 +146,10 @@ def inverse_tone_mapping_core(
     tuning: TuningLike, colours: Float32Array, bt2020_input: bool = False, direction: Direction = "forward"
 ) -> Float32Array: ...
 def lut3d_process(
-    tuning: TuningLike,
-    grid: npt.ArrayLike | None = None,
-    *,
-    bits: int = 10,
-    gamut_mode: int = 2,
-    pcc: npt.ArrayLike | None = None,
+    tuning: TuningLike, grid: npt.ArrayLike | None = None, *, bits: int = 10, gamut_mode: int = 2, pcc: npt.ArrayLike | None = None
 ) -> Float32Array: ...
 def HLG_lut3d_process(
-    tuning: TuningLike,
-    grid: npt.ArrayLike | None = None,
-    *,
-    bits: int = 10,
-    gamut_mode: int = 2,
-    pcc: npt.ArrayLike | None = None,
+    tuning: TuningLike, grid: npt.ArrayLike | None = None, *, bits: int = 10, gamut_mode: int = 2, pcc: npt.ArrayLike | None = None
 ) -> Float32Array: ...
 def inverse_lut3d_process(
     tuning: TuningLike, grid: npt.ArrayLike | None = None, *, hlg_input: bool = False, bits: int = 10

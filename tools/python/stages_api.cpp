@@ -103,22 +103,19 @@ py::array_t<float> arrayOf(const Values& v) {
 
 // The record the stage functions are given, as the entry prepares its
 // working copy: the tuning's fields with a version 2.0 tuning's control
-// points converted (CalCurveLUT), those the entry sets per call as it sets
-// them for a layer LUT, a uniform grid and a zeroed panel-correction block
-// that the record points to.
+// points converted (CalCurveLUT), the per-call fields as the entry sets them
+// for a layer LUT (those a Tuning holds zero stay zero: forward, no panel
+// correction), a uniform grid and a zeroed panel-correction block that the
+// record points to.
 struct Record {
     TMParams params;
     PccCoefficients pcc{};
     explicit Record(const Tuning& t) : params(t.params) {
         if (params.version == kTableCurveVersion) CalCurveLUT(&params);
         params.pcc = &pcc;
-        params.pcc_enable = 0;
-        params.map_direction = MAP_FORWARD;
-        params.grid_set = 0;
         params.grid_size = kLutSize;
         params.out_bit_depth = 10;
         params.gamut_mode = 2;
-        params.inverse_bt2020_luma = 0;
         for (auto& set : params.grid_points) {
             for (auto& row : set) std::copy(kUniformGrid.begin(), kUniformGrid.end(), row);
         }
@@ -313,6 +310,14 @@ py::array_t<double> deltaE(const py::object& a, const py::object& b) {
     return out;
 }
 
+// A stage function of the library with its Python name and what it does.
+template <typename Function>
+struct Named {
+    const char* name;
+    Function function;
+    const char* what;
+};
+
 const char* const kColoursDoc = "colours: float32 of shape (N, 3) or (H, W, 3), channels last; returns a new array.";
 
 }  // namespace
@@ -339,41 +344,15 @@ void bindStages(py::module_& m) {
         doc("PQ decoding through the library's table: signal (in_max stands for full signal) to linear light "
             "(1 = 10000 nits) x out_scale. Values outside 0..in_max raise ValueError.")
             .c_str());
-    m.def(
-        "HLG_forward_tf",
-        [](const py::object& colours, const py::object& inScale, const py::object& outScale) {
-            const auto in = static_cast<unsigned short>(integerArgument(inScale, "in_scale", 1, kMaxScale));
-            const unsigned short out = scale(outScale, "out_scale");
-            return onPlanes(colours, [&](float** p, unsigned n) { HLG_forward_tf(p, n, kThreePlanes, in, out); });
-        },
-        py::arg("colours"), py::arg("in_scale") = 1, py::arg("out_scale") = 1,
-        doc("HLG OETF: scene light / in_scale to the HLG signal, x out_scale (negative light gives NaN).").c_str());
-    m.def(
-        "HLG_inverse_tf",
-        [](const py::object& colours, const py::object& inMax, const py::object& outScale) {
-            return tableDecode(colours, inMax, outScale, "HLG_inverse_tf",
-                               [](float** p, unsigned n, unsigned short max, unsigned short out) {
-                                   HLG_inverse_tf(p, n, max, out);
-                               });
-        },
-        py::arg("colours"), py::arg("in_max") = 1, py::arg("out_scale") = 1,
-        doc("HLG inverse OETF through the library's table: signal to scene light 0..1, x out_scale. Values "
-            "outside 0..in_max raise ValueError.")
-            .c_str());
-
     using Formula = void (*)(float**, unsigned int, unsigned short, unsigned short, unsigned short);
-    struct FormulaStage {
-        const char* name;
-        Formula function;
-        const char* what;
-    };
-    static const FormulaStage kFormulas[] = {
+    static const Named<Formula> kFormulas[] = {
+        {"HLG_forward_tf", &HLG_forward_tf, "HLG OETF: scene light / in_scale to the HLG signal (negative light gives NaN)"},
         {"bt709_forward_tf", &bt709_forward_tf, "BT.709 OETF: linear light / in_scale, clamped to 0..1, to the signal"},
         {"sRGB_forward_tf", &sRGB_forward_tf, "sRGB encoding: linear light / in_scale, clamped to 0..1, to the signal"},
         {"gamma2p2_forward_tf", &gamma2p2_forward_tf, "Power 0.45454544: linear light / in_scale, clamped, to the signal"},
         {"gamma2p2_inverse_tf", &gamma2p2_inverse_tf, "Power 2.2: signal / in_scale, clamped, to linear light"},
     };
-    for (const FormulaStage& f : kFormulas) {
+    for (const Named<Formula>& f : kFormulas) {
         m.def(
             f.name,
             [function = f.function](const py::object& colours, const py::object& inScale, const py::object& outScale) {
@@ -384,16 +363,12 @@ void bindStages(py::module_& m) {
             doc(std::string(f.what) + ", x out_scale.").c_str());
     }
     using TableDecoder = void (*)(float**, unsigned int, unsigned short, unsigned short);
-    struct TableStage {
-        const char* name;
-        TableDecoder function;
-        const char* what;
-    };
-    static const TableStage kTables[] = {
+    static const Named<TableDecoder> kTables[] = {
+        {"HLG_inverse_tf", &HLG_inverse_tf, "HLG inverse OETF (to scene light)"},
         {"bt709_inverse_tf", &bt709_inverse_tf, "BT.709 inverse OETF"},
         {"sRGB_inverse_tf", &sRGB_inverse_tf, "sRGB decoding"},
     };
-    for (const TableStage& f : kTables) {
+    for (const Named<TableDecoder>& f : kTables) {
         m.def(
             f.name,
             [f](const py::object& colours, const py::object& inMax, const py::object& outScale) {
@@ -404,7 +379,7 @@ void bindStages(py::module_& m) {
             },
             py::arg("colours"), py::arg("in_max") = 1, py::arg("out_scale") = 1,
             doc(std::string(f.what) + " through the library's table: signal (in_max stands for full signal) to "
-                                      "linear light 0..1, x out_scale. Values outside 0..in_max raise ValueError.")
+                                      "light 0..1, x out_scale. Values outside 0..in_max raise ValueError.")
                 .c_str());
     }
     m.def(
@@ -476,22 +451,23 @@ every axis or (3, n), n up to 17; default the uniform 17-point grid) and runs
 on the tuning's record as it is, with the per-call fields as the keywords
 give them. Returns float32 of shape (n, n, n, 3), indexed [r, g, b, channel]:
 output codes 0..2^bits - 1, not rounded (the entry truncates them).)";
-    m.def(
-        "lut3d_process",
-        [](const py::object& tuning, const py::object& grid, const py::object& bits, const py::object& gamutMode,
-           const py::object& pcc) { return pipeline(&lut3d_process, tuning, grid, bits, gamutMode, pcc, false); },
-        py::arg("tuning"), py::arg("grid") = py::none(), py::kw_only(), py::arg("bits") = 10,
-        py::arg("gamut_mode") = 2, py::arg("pcc") = py::none(),
-        (std::string("The PQ forward pipeline (a PQ layer's LUT); pcc (3, 11) turns the panel correction on.") +
-         pipelineDoc)
-            .c_str());
-    m.def(
-        "HLG_lut3d_process",
-        [](const py::object& tuning, const py::object& grid, const py::object& bits, const py::object& gamutMode,
-           const py::object& pcc) { return pipeline(&HLG_lut3d_process, tuning, grid, bits, gamutMode, pcc, false); },
-        py::arg("tuning"), py::arg("grid") = py::none(), py::kw_only(), py::arg("bits") = 10,
-        py::arg("gamut_mode") = 2, py::arg("pcc") = py::none(),
-        (std::string("The HLG forward pipeline (an HLG layer's LUT).") + pipelineDoc).c_str());
+    static const Named<Pipeline> kForward[] = {
+        {"lut3d_process", &lut3d_process, "The PQ forward pipeline (a PQ layer's LUT)"},
+        {"HLG_lut3d_process", &HLG_lut3d_process, "The HLG forward pipeline (an HLG layer's LUT)"},
+    };
+    for (const Named<Pipeline>& f : kForward) {
+        m.def(
+            f.name,
+            [function = f.function](const py::object& tuning, const py::object& grid, const py::object& bits,
+                                    const py::object& gamutMode, const py::object& pcc) {
+                return pipeline(function, tuning, grid, bits, gamutMode, pcc, false);
+            },
+            py::arg("tuning"), py::arg("grid") = py::none(), py::kw_only(), py::arg("bits") = 10,
+            py::arg("gamut_mode") = 2, py::arg("pcc") = py::none(),
+            (std::string(f.what) + "; gamut_mode 2 maps to the panel's primaries (1 by matrix, 0 none), pcc (3, 11) "
+                                   "turns the panel correction on." + pipelineDoc)
+                .c_str());
+    }
     m.def(
         "inverse_lut3d_process",
         [](const py::object& tuning, const py::object& grid, bool hlgInput, const py::object& bits) {

@@ -10,18 +10,13 @@
 
 namespace hdrtm::tool {
 
-// The arguments of logTM and logTMInverse, in their order.
+// The arguments of logTM and logTMInverse, in their order: output floor and
+// ceiling, shoulder exponent and end, mode (1: k given, xMax derived), toe
+// start, toe and shoulder outputs, the straight segment's intercept and slope.
 struct ToneCurveArguments {
-    float yMin = 0.0f;
-    float yMax = 0.0f;
-    float k = 0.0f;
-    float xMax = 0.0f;
+    float yMin = 0.0f, yMax = 0.0f, k = 0.0f, xMax = 0.0f;
     unsigned char mode = 0;
-    float xMin = 0.0f;
-    float yToe = 0.0f;
-    float yShoulder = 0.0f;
-    float intercept = 0.0f;
-    float slope = 0.0f;
+    float xMin = 0.0f, yToe = 0.0f, yShoulder = 0.0f, intercept = 0.0f, slope = 0.0f;
 };
 
 // What yTM hands the parametric curve for `params`: the panel's black
