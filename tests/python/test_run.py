@@ -1,12 +1,13 @@
 """run(): the LUTs hdrtm lut writes, as numpy arrays, for every configuration
 of the demo; several tunings in one process; threads; LUT files."""
+import json
 import threading
 
 import numpy as np
 import pytest
 
 import hdr_tm
-from conftest import EXAMPLE_TUNING, TOOL_DATA, TUNINGS, lut_codes_from_cli
+from conftest import EXAMPLE_TUNING, TOOL_DATA, TUNINGS, hdrtm, lut_codes_from_cli
 
 CONFIGURATIONS = hdr_tm.demo_configurations()
 
@@ -93,3 +94,12 @@ def test_written_luts_read_back(tmp_path, name):
     assert (back.kind, back.bits) == ("file", 12)
     assert np.array_equal(back.codes, lut.codes) and np.array_equal(back.grid_codes, lut.grid_codes)
     assert (tmp_path / "lut.grid.txt").exists() == name.endswith(".cube")  # a non-uniform grid
+
+
+def test_diff_gives_the_figures_of_hdrtm_diff_json(tmp_path):
+    a, b = str(TOOL_DATA / "parametric.xml"), str(TOOL_DATA / "parametric_t0.xml")
+    cli = hdrtm("diff", a, b, "--layer", "pq,master=1000", "--blend", "layer", "--json", "--no-pictures",
+                cwd=tmp_path, ok=(1,))
+    got = hdr_tm.diff(a, hdr_tm.Tuning.from_file(b), layers=hdr_tm.Layer("pq", master=1000), blend="layer")
+    assert got == json.loads(cli.stdout)
+    assert hdr_tm.diff(a, a, layers="hlg", blend="layer")["identical"] is True
