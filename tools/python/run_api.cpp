@@ -20,7 +20,6 @@ using namespace hdrtm::tool;
 
 constexpr const char* kHardwareLabel = "hardware";
 constexpr const char* kLoadFailedLine = "TMParam loading fails!";  // the entry's log when the loader fails
-constexpr double kSampleMax = 65535.0;                             // 16-bit image samples
 
 // A LUT with what Python shows of it and what apply and write need.
 struct LutObject {
