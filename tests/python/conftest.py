@@ -2,9 +2,9 @@
 through ctypes (the C functions the module must match bit for bit), the
 hdrtm tool, and 16-bit PNGs read and written without imaging packages."""
 import ctypes
-import importlib.util
 import json
 import os
+import runpy
 import struct
 import subprocess
 import zlib
@@ -138,14 +138,13 @@ def lut_codes_from_cli(tmp_path, configuration, tuning):
     return summary["configurations"][0], json.loads((tmp_path / "codes.json").read_text())["luts"]
 
 
-_images = importlib.util.spec_from_file_location("make_test_images", SOURCE / "scripts" / "make_test_images.py")
-make_test_images = importlib.util.module_from_spec(_images)
-_images.loader.exec_module(make_test_images)
+# The PNG writer of the tool's test images, without running that script.
+_write_png_rows = runpy.run_path(str(SOURCE / "scripts" / "make_test_images.py"))["write_png"]
 
 
 def write_png(path, image):
     """A uint16 (H, W, 3) image as a 16-bit PNG marked BT.2020 PQ."""
-    make_test_images.write_png(path, image.shape[1], [[tuple(px) for px in row] for row in image.tolist()])
+    _write_png_rows(path, image.shape[1], [[tuple(px) for px in row] for row in image.tolist()])
 
 
 def read_png(path):
