@@ -21,7 +21,7 @@ packages=(
   clang-14 libclang-rt-14-dev valgrind
   libcli11-dev nlohmann-json3-dev python3-pyopencolorio
   libcairo2-dev fonts-dejavu-core libpng-dev
-  libmpfr-dev libgmp-dev
+  libmpfr-dev libgmp-dev python3-mpmath
   pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib
 )
 if [ "$arm64" = 1 ]; then

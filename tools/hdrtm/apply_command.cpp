@@ -17,7 +17,6 @@
 namespace hdrtm::tool {
 namespace {
 
-constexpr int kForeignLutBits = 16;  // output depth of a .cube hdrtm did not write
 constexpr int kProgressWidth = 40;   // characters of the progress bar
 constexpr const char* kCompareClip = "clip";
 

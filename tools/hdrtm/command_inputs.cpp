@@ -1,27 +1,11 @@
 #include "command_inputs.h"
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <iostream>
 
 #include "commands.h"
 #include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
-namespace fs = std::filesystem;
-
-void requireReadable(const std::string& path, const char* what) {
-    std::error_code ec;
-    if (!fs::exists(path, ec)) throw CommandError(std::string(what) + " " + path + " does not exist");
-    if (fs::is_directory(path, ec)) throw CommandError(std::string(what) + " " + path + " is a directory");
-    if (access(path.c_str(), R_OK) != 0) {
-        throw CommandError(std::string(what) + " " + path + " is not readable: " + std::strerror(errno));
-    }
-}
 
 CheckResult vetTuning(const std::string& path, bool force) {
     requireReadable(path, "tuning file");

@@ -4,14 +4,12 @@
 
 #include <string>
 
+#include "files/readable_file.h"
 #include "playback/playback_run.h"
 #include "tm_params.h"
 #include "tuning/tuning_check.h"
 
 namespace hdrtm::tool {
-
-// Throws CommandError unless `path` is a readable file; `what` names it.
-void requireReadable(const std::string& path, const char* what);
 
 // Checks a tuning file before the library sees it: the library would absorb
 // its mistakes silently. Errors and warnings are printed in full; errors

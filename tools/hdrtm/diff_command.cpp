@@ -4,9 +4,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <nlohmann/json.hpp>
 
-#include "colour/lut_difference.h"
+#include "colour/run_difference.h"
 #include "command_inputs.h"
 #include "commands.h"
 #include "drawing/difference_plot.h"
@@ -24,7 +23,6 @@ namespace fs = std::filesystem;
 constexpr const char* kDefaultsName = "defaults";  // a side that is the built-in defaults
 constexpr const char* kCurvesFile = "tone_curves.svg";
 constexpr size_t kWorstPrinted = 3;  // nodes named per differing LUT
-constexpr size_t kWorstInJson = 10;
 constexpr Rgb8 kSideBColours[] = {{200, 40, 120}, {120, 160, 20}};
 
 struct Side {
@@ -58,26 +56,9 @@ Side loadSide(const std::string& name, bool force) {
 
 void runSide(Side& side, const std::vector<Configuration>& configs) {
     if (side.lutFile) return;
-    std::string error;
-    if (!setTuningProperty(side.path, &error)) throw CommandError(error);
-    for (const Configuration& config : configs) {
-        RunResult r = runConfiguration(config, 0, side.versionTwo);
-        for (ProducedLut& p : r.luts) {
-            if (side.params.output_gamma_space == GAMMA_CUSTOM) p.lut.panel.gammaValue = side.params.output_gamma_val;
-        }
-        side.results.push_back(std::move(r));
-    }
+    side.results = runOnTuning(side.path, side.params, configs);
     upperRangeFromLog(&side.params);
-    setTuningProperty("", &error);
 }
-
-struct Compared {
-    int config = 0;
-    std::string label;  // the LUT's, "layer 0" or "hardware"
-    Signal input = Signal::kPq;
-    LutDifference difference;
-    std::string picture;
-};
 
 std::string fixed(double v, int decimals) {
     char text[32];
@@ -91,7 +72,7 @@ std::string twoDigits(int n) {
     return text;
 }
 
-std::string worstText(const Compared& c, size_t count) {
+std::string worstText(const ComparedLut& c, size_t count) {
     std::string text;
     for (const NodeDifference& n : worstNodes(c.difference, count)) {
         text += (text.empty() ? "" : "; ") + describeInput(n, c.input) + ": " + fixed(n.deltaE, 2);
@@ -100,11 +81,11 @@ std::string worstText(const Compared& c, size_t count) {
 }
 
 void printReport(const Side& a, const Side& b, const std::vector<std::string>& titles,
-                 const std::vector<Compared>& all, const std::vector<std::string>& unmatched) {
+                 const std::vector<ComparedLut>& all, const std::vector<std::string>& unmatched) {
     std::cout << "A: " << a.label << "\nB: " << b.label << "\n\n";
     std::printf("%3s  %-48s %-9s %-22s %-20s %s\n", "#", "configuration", "LUT", "max code change R G B",
                 "mean change R G B", "ΔE_ITP mean / p95 / max");
-    for (const Compared& c : all) {
+    for (const ComparedLut& c : all) {
         const LutDifference& d = c.difference;
         std::printf("%3d  %-48s %-9s %-22s %-20s %s\n", c.config, titles[c.config - 1].c_str(),
                     c.label.c_str(),
@@ -124,37 +105,6 @@ void printReport(const Side& a, const Side& b, const std::vector<std::string>& t
     for (const std::string& u : unmatched) std::cout << u << "\n";
 }
 
-nlohmann::json toJson(const Side& a, const Side& b, const std::vector<std::string>& titles,
-                      const std::vector<Compared>& all, const std::vector<std::string>& unmatched,
-                      bool identical) {
-    nlohmann::json out = {{"a", a.label}, {"b", b.label}, {"identical", identical}};
-    out["luts"] = nlohmann::json::array();
-    for (const Compared& c : all) {
-        const LutDifference& d = c.difference;
-        nlohmann::json worst = nlohmann::json::array();
-        for (const NodeDifference& n : worstNodes(d, d.identical ? 0 : kWorstInJson)) {
-            worst.push_back({{"node", n.node},
-                             {"input_codes", n.input},
-                             {"input_nits", n.inputNits},
-                             {"input", describeInput(n, c.input)},
-                             {"delta_e_itp", n.deltaE}});
-        }
-        nlohmann::json l = {{"configuration", c.config},
-                            {"description", titles[c.config - 1]},
-                            {"lut", c.label},
-                            {"identical", d.identical},
-                            {"same_grid", d.sameGrid},
-                            {"max_code_change", d.maxCodeChange},
-                            {"mean_code_change", d.meanCodeChange},
-                            {"delta_e_itp", {{"mean", d.meanDeltaE}, {"p95", d.p95DeltaE}, {"max", d.maxDeltaE}}},
-                            {"worst_nodes", worst}};
-        if (!c.picture.empty()) l["picture"] = c.picture;
-        out["luts"].push_back(l);
-    }
-    out["unmatched"] = unmatched;
-    return out;
-}
-
 // Both tone curves in one plot, A's in the usual colours, B's in its own.
 CurvePlotData overlaidCurves(const Side& a, const Side& b) {
     CurvePlotData data = sampleToneCurve(a.params, "Tone curves: A " + a.label + ", B " + b.label);
@@ -171,44 +121,21 @@ CurvePlotData overlaidCurves(const Side& a, const Side& b) {
 
 int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, const DiffOptions& options,
                  std::vector<std::string>& written) {
-    std::vector<Compared> all;
-    std::vector<std::string> unmatched;
     // Two LUT files stand for no configuration of their own.
     std::vector<std::string> titles;
     for (const Configuration& c : configs) titles.push_back(a.lutFile ? "the two LUT files" : c.describe());
-    bool identical = true;
-    for (size_t i = 0; i < configs.size(); ++i) {
-        const std::vector<ProducedLut>& lutsA = a.results[i].luts;
-        const std::vector<ProducedLut>& lutsB = b.results[i].luts;
-        const int index = static_cast<int>(i) + 1;
-        for (const ProducedLut& p : lutsA) {
-            const auto match = std::find_if(lutsB.begin(), lutsB.end(),
-                                            [&p](const ProducedLut& q) { return q.label == p.label; });
-            if (match == lutsB.end()) {
-                unmatched.push_back("configuration " + std::to_string(index) + ": only A gives a " + p.label + " LUT");
-                identical = false;
-                continue;
-            }
-            Compared c{index, p.label, p.lut.input, compareLuts(p.lut, match->lut), ""};
-            identical = identical && c.difference.identical;
-            if (options.pictures && !c.difference.identical) {
-                std::string label = p.label;
-                std::replace(label.begin(), label.end(), ' ', '-');
-                c.picture = a.lutFile ? "delta_e.png"
-                                      : twoDigits(index) + "_" + configs[i].slug() + "_" + label + "_delta_e.png";
-                writeDifferencePlot(c.difference, titles[i] + ", " + p.label + ": where B differs from A",
-                                    (fs::path(options.outputDir) / c.picture).string());
-                written.push_back(c.picture);
-            }
-            all.push_back(std::move(c));
-        }
-        for (const ProducedLut& q : lutsB) {
-            const bool inA = std::any_of(lutsA.begin(), lutsA.end(),
-                                         [&q](const ProducedLut& p) { return p.label == q.label; });
-            if (!inA) {
-                unmatched.push_back("configuration " + std::to_string(index) + ": only B gives a " + q.label + " LUT");
-                identical = false;
-            }
+    RunsDifference d = compareRuns(a.results, b.results);
+    if (options.pictures) {
+        for (ComparedLut& c : d.luts) {
+            if (c.difference.identical) continue;
+            std::string label = c.label;
+            std::replace(label.begin(), label.end(), ' ', '-');
+            c.picture = a.lutFile ? "delta_e.png"
+                                  : twoDigits(c.config) + "_" + configs[c.config - 1].slug() + "_" + label +
+                                        "_delta_e.png";
+            writeDifferencePlot(c.difference, titles[c.config - 1] + ", " + c.label + ": where B differs from A",
+                                (fs::path(options.outputDir) / c.picture).string());
+            written.push_back(c.picture);
         }
     }
     // A configuration of one's own choosing that gives nothing to compare says why.
@@ -225,14 +152,15 @@ int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, co
         }
         writeManifest(options.outputDir, written);
     }
+    const bool identical = d.identical;
     if (options.json) {
-        std::cout << toJson(a, b, titles, all, unmatched, identical).dump(2) << "\n";
+        std::cout << differenceJson(a.label, b.label, titles, d) << "\n";
     } else {
-        printReport(a, b, titles, all, unmatched);
+        printReport(a, b, titles, d.luts, d.unmatched);
         size_t differ = 0;
-        for (const Compared& c : all) differ += c.difference.identical ? 0 : 1;
+        for (const ComparedLut& c : d.luts) differ += c.difference.identical ? 0 : 1;
         std::cout << "\n"
-                  << (identical ? "Identical: " : std::to_string(differ) + " of ") << all.size()
+                  << (identical ? "Identical: " : std::to_string(differ) + " of ") << d.luts.size()
                   << " LUTs" << (identical ? " are the same" : " differ");
         if (options.pictures) {
             std::cout << "; wrote " << (identical ? "" : "the pictures and ") << (a.lutFile ? "nothing else" : "the tone curves") << " to "

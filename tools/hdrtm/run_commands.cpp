@@ -10,9 +10,9 @@
 #include "command_inputs.h"
 #include "drawing/preview.h"
 #include "drawing/tone_curve_plot.h"
-#include "files/clf_file.h"
 #include "files/codes_file.h"
 #include "files/cube_file.h"
+#include "files/lut_file.h"
 #include "files/output_files.h"
 #include "hdr_playback.h"
 #include "tuning/tuning_record.h"
@@ -72,22 +72,9 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
         WrittenLut w{p.label, base + (clf ? ".clf" : ".cube"), "", "", p.hasChecksum, p.checksum,
                      p.lut.bitDepth,
                      p.lut.uniformGrid};
-        std::vector<std::string> notes = {
-            "configuration: " + config.describe(),
-            "tuning: " + tuningLabel,
-            "decision row: " + summary.result.rows[p.layer],
-            "LUT: " + p.label + ", " + std::to_string(p.lut.bitDepth) + "-bit codes, " +
-                signalName(p.lut.input) + " in, " + signalName(p.lut.output) + " out",
-        };
-        if (p.hasChecksum) {
-            notes.push_back("checksum: " + std::to_string(p.checksum) +
-                            " (as the library logged it: a running sum over the call's "
-                            "LUTs of the same direction)");
-        }
-        if (p.label == "hardware") {
-            notes.push_back("hardware payload: uniform flag " + std::to_string(p.payloadUniform));
-        }
-        const std::string title = config.describe() + " - " + p.label;
+        const std::vector<std::string> notes =
+            lutNotes(config.describe(), tuningLabel, summary.result.rows[p.layer], p);
+        const std::string title = lutTitle(config.describe(), p);
         const auto inFolder = [&](const std::string& name) {
             return (fs::path(options.outputDir) / name).string();
         };
@@ -98,18 +85,9 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
             w.preview = base + "_preview.png";
             preview = encodePng(*renderPreview(toCubeTable(p.lut), title));
         }
-        if (clf) {
-            writeClf(inFolder(w.cube), p.lut, title, notes);
-        } else {
-            writeCube(inFolder(w.cube), p.lut, title, notes);
-        }
-        written.push_back(w.cube);
-        // A CLF file places the points itself; a .cube file needs the list beside it.
-        if (!p.lut.uniformGrid && !clf) {
-            w.grid = base + ".grid.txt";
-            writeGridPositions(inFolder(w.grid), w.cube, p.lut, p.hardwareGrid);
-            written.push_back(w.grid);
-        }
+        const size_t before = written.size();
+        writeLutFile(inFolder(w.cube), p, title, notes, &written);
+        if (written.size() > before + 1) w.grid = written.back();
         if (options.previews) {
             writeFileAtomically(inFolder(w.preview), preview);
             written.push_back(w.preview);

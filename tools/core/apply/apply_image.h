@@ -3,6 +3,7 @@
 // integer output codes at the LUT's bit depth, kept as 16-bit samples.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -18,6 +19,14 @@ namespace hdrtm::tool {
 // The signal an image's cICP transfer code says it holds: PQ (16), HLG (18)
 // or SDR (1, 13, 14, 15). False for any other transfer.
 bool signalOfTransfer(uint32_t transfer, Signal* out);
+
+// Output bit depth assumed for a LUT file that does not record its own (a
+// .cube hdrtm did not write).
+constexpr int kForeignLutBits = 16;
+
+// One pixel's 10-bit input codes through `table` as hardware does: its
+// output codes at the LUT's bit depth.
+std::array<uint32_t, 3> lookUpCodes(const CubeTable& table, const std::array<uint32_t, 3>& inputCodes);
 
 // One row of `pixels` 16-bit RGB samples through `table` as hardware does:
 // 10-bit input codes, output codes at the LUT's depth, written as 16-bit
