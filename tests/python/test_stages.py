@@ -93,13 +93,6 @@ def test_cores_give_the_c_bits_on_edge_values_for_any_count(clib, tuning, name, 
     assert same_bits(function(tuning, colours[:20], **kwargs), expected[:20])
 
 
-def libm():
-    m = ctypes.CDLL("libm.so.6")
-    for f in (m.powf, m.log10f):
-        f.restype, f.argtypes = ctypes.c_float, [ctypes.c_float] * (2 if f is m.powf else 1)
-    return m
-
-
 CURVES = {
     "defaults": (None, {}),
     "table": (EXAMPLE_TUNING, {}),
@@ -116,14 +109,12 @@ def test_tone_curve_is_the_curve_yTM_maps_luminance_through(tuning, changes):
     # is the tone curve alone.
     t = hdr_tm.Tuning.from_file(tuning) if tuning else hdr_tm.Tuning.defaults()
     t = t.replace(bright_enable=0, linearScale=0, **changes)
-    m = libm()
     luminance = np.geomspace(1e-7, 1.0, 200, dtype=np.float32)
-    log_nits = np.array([m.log10f(np.float32(y) * np.float32(10000)) for y in luminance], np.float32)
+    log_nits = hdr_tm.log10f(luminance * np.float32(10000))
     curve = hdr_tm.tone_curve(t, log_nits)
     black = max(np.float32(t.panel_min_luminance) / np.float32(10000), np.float32(5.0000004e-08))
     peak = np.float32(t.panel_max_luminance) / np.float32(10000)
-    expected = np.array([(np.float32(m.powf(10.0, y)) / np.float32(10000) - black) / (peak - black) for y in curve],
-                        np.float32)
+    expected = (hdr_tm.powf(np.full_like(curve, 10), curve) / np.float32(10000) - black) / (peak - black)
     assert same_bits(hdr_tm.yTM(t, luminance), expected)
     grid = np.stack([log_nits, log_nits]).astype(np.float32)  # any shape comes back in its shape
     assert same_bits(hdr_tm.tone_curve(t, grid, inverse=True)[1], hdr_tm.tone_curve(t, log_nits, inverse=True))
@@ -170,3 +161,28 @@ def test_delta_e_itp_is_zero_for_equal_light_and_takes_either_precision():
     brighter = hdr_tm.delta_e_itp(a.astype(np.float32), a * 1.01)
     assert brighter.dtype == np.float64 and brighter.shape == (2,) and np.all(brighter > 0.3)
     assert hdr_tm.delta_e_itp(a.reshape(1, 2, 3), (a * 2).reshape(1, 2, 3)).shape == (1, 2)
+
+
+def test_maths_are_correctly_rounded_and_refuse_other_types():
+    # The float nearest the exact value, from 80-bit mpmath, on the edges and
+    # on arguments whose results lie near a rounding boundary.
+    mpmath = pytest.importorskip("mpmath")
+    hard = [float.fromhex("0x1.827a74p-7"), float.fromhex("0x1.2f1fd6p+3")]
+    x = np.array([1e-30, 0.5, 1.0, 10.0, *hard, 4095.0 * 4095.0, 3e38], np.float32)
+
+    def nearest(value):
+        with mpmath.workprec(24):
+            return np.float32(float(+value))
+
+    with mpmath.workprec(80):
+        logs = [nearest(mpmath.log(mpmath.mpf(float(v)))) for v in x]
+        log10s = [nearest(mpmath.log10(mpmath.mpf(float(v)))) for v in x]
+        roots = [nearest(mpmath.sqrt(mpmath.mpf(float(v)))) for v in x]
+    assert same_bits(hdr_tm.logf(x), np.array(logs, np.float32))
+    assert same_bits(hdr_tm.log10f(x), np.array(log10s, np.float32))
+    assert same_bits(hdr_tm.powf(x, 0.5), np.array(roots, np.float32))
+    assert same_bits(hdr_tm.powf(x, np.full_like(x, 0.5)), hdr_tm.powf(x, 0.5))
+    with pytest.raises(TypeError, match="float32"):
+        hdr_tm.logf(x.astype(np.float64))
+    with pytest.raises(ValueError, match="shape"):
+        hdr_tm.powf(x, x[:3])

@@ -5,6 +5,7 @@
 
 #include "bindings.h"
 #include "colour/color_difference.h"
+#include "cr_maths.h"
 #include "playback/lut_data.h"
 #include "tm_stages.h"
 #include "tuning/tone_curve.h"
@@ -486,6 +487,43 @@ output codes 0..2^bits - 1, not rounded (the entry truncates them).)";
         },
         py::arg("tuning"), py::arg("grid") = py::none(), py::kw_only(), py::arg("bits") = 10,
         (std::string("The inverse pipeline from SDR (sRGB) into HLG.") + pipelineDoc).c_str());
+
+    m.def(
+        "powf",
+        [](const py::object& x, const py::object& y) {
+            Values v = valuesOf(x, "x");
+            if (py::isinstance<py::float_>(y) || py::isinstance<py::int_>(y)) {
+                powPlane(v.data.data(), static_cast<uint32_t>(v.data.size()), y.cast<float>());
+                return arrayOf(v);
+            }
+            const Values e = valuesOf(y, "y");
+            if (e.shape != v.shape) {
+                throw py::value_error("y must be a number or a float32 array of x's shape " +
+                                      py::repr(py::cast(v.shape)).cast<std::string>());
+            }
+            powPlanePerSample(v.data.data(), e.data.data(), static_cast<uint32_t>(v.data.size()));
+            return arrayOf(v);
+        },
+        py::arg("x"), py::arg("y"),
+        "x to the power y (a number, or a float32 array of x's shape) as the library computes it, float32 "
+        "of any shape: correctly rounded (the float nearest the exact value), the same on every build and C "
+        "library.");
+    m.def(
+        "logf",
+        [](const py::object& x) {
+            Values v = valuesOf(x, "x");
+            logPlane(v.data.data(), static_cast<uint32_t>(v.data.size()));
+            return arrayOf(v);
+        },
+        py::arg("x"), "The natural logarithm as the library computes it, float32 of any shape, correctly rounded.");
+    m.def(
+        "log10f",
+        [](const py::object& x) {
+            Values v = valuesOf(x, "x");
+            log10Plane(v.data.data(), static_cast<uint32_t>(v.data.size()));
+            return arrayOf(v);
+        },
+        py::arg("x"), "The base-10 logarithm as the library computes it, float32 of any shape, correctly rounded.");
 
     m.def("delta_e_itp", &deltaE, py::arg("a"), py::arg("b"),
           R"(ΔE_ITP (ITU-R BT.2124) between two arrays of display light in nits on BT.2020 primaries.

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 
+#include "cr_maths.h"
 #include "tm_stages.h"
 #include "tuning/tuning_record.h"
 
@@ -17,6 +18,7 @@ constexpr uint32_t kBlackFloorBits = 0x3356BF96;
 }  // namespace
 
 ToneCurveArguments toneCurveArguments(const TMParams& params) {
+    // The library's own log10f, as yTM derives them.
     ToneCurveArguments a;
     const float blackFloor = std::bit_cast<float>(kBlackFloorBits);
     const float black = params.panel_min_luminance / kNitsPerUnit;
@@ -24,20 +26,20 @@ ToneCurveArguments toneCurveArguments(const TMParams& params) {
     // the floor (so a NaN black stays NaN).
     const float lMin = black < blackFloor ? blackFloor : black;
     const float peakNits = static_cast<float>(params.panel_max_luminance);
-    a.yMin = log10f(lMin * kNitsPerUnit);
-    a.yMax = log10f(peakNits);
-    a.xMin = log10f(params.t0);
-    a.yToe = log10f(params.intl);
-    a.yShoulder = log10f(params.inth);
+    a.yMin = crLog10f(lMin * kNitsPerUnit);
+    a.yMax = crLog10f(peakNits);
+    a.xMin = crLog10f(params.t0);
+    a.yToe = crLog10f(params.intl);
+    a.yShoulder = crLog10f(params.inth);
     a.slope = params.slope;
     // The straight segment maps the pivot to itself unless LinearBoost, as a
     // gain floor, is larger.
-    const float pivotIntercept = log10f(params.pivot) * (1.0f - a.slope);
-    const float boost = log10f(params.LinearBoost);
+    const float pivotIntercept = crLog10f(params.pivot) * (1.0f - a.slope);
+    const float boost = crLog10f(params.LinearBoost);
     a.intercept = boost < pivotIntercept ? pivotIntercept : boost;
     a.mode = params.enableM;
     if (a.mode == 0) {
-        a.xMax = log10f(params.clipLuma);
+        a.xMax = crLog10f(params.clipLuma);
     } else {
         a.k = params.sharp;
         const float xShoulder = (a.yShoulder - a.intercept) / a.slope;
