@@ -2,6 +2,8 @@
 
 #include <mpfr.h>
 
+#include <optional>
+
 namespace mathsref {
 namespace {
 
@@ -28,13 +30,17 @@ float unary(int (*function)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t), float x) {
     return s.rounded(function(s.result, s.x, MPFR_RNDN));
 }
 
-// The float every value within `relative` of v rounds to, or NaN when v is
-// not finite and positive or a rounding boundary lies within the bound.
-float decided(double v, double relative) {
-    if (!(std::isfinite(v)) || v == 0.0) return NAN;
+// The float every value within `relative` of v rounds to, or nothing when a
+// rounding boundary lies within the bound. A result the double-precision
+// function gives as NaN or infinite is that (the C library's special cases
+// are exact), and one far below the smallest float is a zero.
+std::optional<float> decided(double v, double relative) {
+    if (std::isnan(v) || std::isinf(v)) return static_cast<float>(v);
+    if (std::fabs(v) < 0x1p-200) return std::signbit(v) ? -0.0f : 0.0f;
     const double bound = std::fabs(v) * relative;
     const float low = static_cast<float>(v - bound);
-    return low == static_cast<float>(v + bound) ? low : NAN;
+    if (low != static_cast<float>(v + bound)) return std::nullopt;
+    return low;
 }
 
 // Generous bounds: glibc's log and pow are within about 0.52 units of 2^-53,
@@ -55,18 +61,18 @@ float mpfrPowf(float x, float y) {
 }
 
 float referenceLogf(float x) {
-    const float fast = decided(std::log(static_cast<double>(x)), kLogBound);
-    return std::isnan(fast) ? mpfrLogf(x) : fast;
+    const std::optional<float> fast = decided(std::log(static_cast<double>(x)), kLogBound);
+    return fast ? *fast : mpfrLogf(x);
 }
 
 float referenceLog10f(float x) {
-    const float fast = decided(std::log10(static_cast<double>(x)), kLogBound);
-    return std::isnan(fast) ? mpfrLog10f(x) : fast;
+    const std::optional<float> fast = decided(std::log10(static_cast<double>(x)), kLogBound);
+    return fast ? *fast : mpfrLog10f(x);
 }
 
 float referencePowf(float x, float y) {
-    const float fast = decided(std::pow(static_cast<double>(x), static_cast<double>(y)), kPowBound);
-    return std::isnan(fast) ? mpfrPowf(x, y) : fast;
+    const std::optional<float> fast = decided(std::pow(static_cast<double>(x), static_cast<double>(y)), kPowBound);
+    return fast ? *fast : mpfrPowf(x, y);
 }
 
 }  // namespace mathsref

@@ -15,8 +15,8 @@ float mpfrLog10f(float x);
 float mpfrPowf(float x, float y);
 
 // The same results, fast: the C library's double-precision log, log10 and pow
-// (within a few units of 2^-53) decide almost every argument, and MPFR the
-// few whose value lies near a rounding boundary.
+// (within a few units of 2^-53, their special cases exact) decide almost
+// every argument, and MPFR the few whose value lies near a rounding boundary.
 float referenceLogf(float x);
 float referenceLog10f(float x);
 float referencePowf(float x, float y);
