@@ -268,13 +268,15 @@ void CalCurveLUT(TMParams* params) {
         const int32_t code = std::clamp(floatToInt32(xs[i]), 0, kDecodeTableSize - 1);
         xs[i] = static_cast<float>(kPqDecodeTable[code]);
     }
+    const uint32_t points = static_cast<uint32_t>(n);
+    for (int i = 0; i < n; ++i) ys[i] = clampUnitKeepNaN(ys[i] / kPanelCodeMax);
+    powPlane(ys, points, kPanelDecodeGamma);
     for (int i = 0; i < n; ++i) {
-        ys[i] = crPowf(clampUnitKeepNaN(ys[i] / kPanelCodeMax), kPanelDecodeGamma);
+        xs[i] = xs[i] * kControlPointPqScale + kControlPointLogOffset;
+        ys[i] = minNits + ys[i] * (maxNits - minNits);
     }
-    for (int i = 0; i < n; ++i) {
-        xs[i] = crLog10f(xs[i] * kControlPointPqScale + kControlPointLogOffset);
-        ys[i] = crLog10f(minNits + ys[i] * (maxNits - minNits));
-    }
+    log10Plane(xs, points);
+    log10Plane(ys, points);
 }
 
 namespace hdrtm {
