@@ -3,7 +3,8 @@
 # every float through logf and log10f, every float base through powf for each
 # constant exponent of the stages, and 10^y for every y whose result neither
 # overflows nor underflows. Prints a line per function with the arguments
-# checked and the mismatches; exits 1 on any. About ten minutes on two cores.
+# checked and the mismatches; exits 1 on any. About a quarter of an hour on two
+# cores.
 #   scripts/check-maths.sh [logf] [log10f] [powf] [exp10f]   (all without arguments)
 set -euo pipefail
 cd "$(dirname "$0")/.."
