@@ -67,13 +67,17 @@ HDRTM_INLINE void overPlane(float* values, uint32_t count, const uint32_t* wante
     for (size_t start = 0; start < count; start += kBlock) {
         const size_t n = std::min<size_t>(count - start, kBlock);
         float* const v = values + start;
-        // An open sample keeps its argument for the scalar function.
+        // An open sample keeps its argument for the scalar function. The
+        // pass also counts the open samples, so that a block with none (most
+        // blocks) is not scanned again.
+        uint32_t openCount = 0;
         if (wanted == nullptr) {
             HDRTM_FAST_PASS
             for (size_t j = 0; j < n; ++j) {
                 const FastResult r = f.fast(v[j], start + j);
                 v[j] = selectValue(r.decided != 0, r.value, v[j]);
                 open[j] = r.decided ^ 1u;
+                openCount += open[j];
             }
         } else {
             const uint32_t* const w = wanted + start;
@@ -83,8 +87,10 @@ HDRTM_INLINE void overPlane(float* values, uint32_t count, const uint32_t* wante
                 const uint32_t want = w[j] != 0;
                 v[j] = selectValue((want & r.decided) != 0, r.value, v[j]);
                 open[j] = want & (r.decided ^ 1u);
+                openCount += open[j];
             }
         }
+        if (openCount == 0) continue;
         for (size_t j = 0; j < n; ++j) {
             if (open[j] != 0) v[j] = f.scalar(v[j], start + j);
         }
