@@ -9,6 +9,7 @@
 #include <iostream>
 
 #include "commands.h"
+#include "files/file_kind.h"
 #include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
@@ -17,7 +18,8 @@ namespace fs = std::filesystem;
 void requireReadable(const std::string& path, const char* what) {
     std::error_code ec;
     if (!fs::exists(path, ec)) throw CommandError(std::string(what) + " " + path + " does not exist");
-    if (fs::is_directory(path, ec)) throw CommandError(std::string(what) + " " + path + " is a directory");
+    const std::string kind = notARegularFile(path);
+    if (!kind.empty()) throw CommandError(std::string(what) + " " + path + " " + kind + ", not a file");
     if (access(path.c_str(), R_OK) != 0) {
         throw CommandError(std::string(what) + " " + path + " is not readable: " + std::strerror(errno));
     }
