@@ -28,8 +28,6 @@ constexpr uint32_t kLayerCodeMask = 0x3FF;       // one 10-bit channel of a pack
 constexpr size_t kRecordUniformOffset = 8;       // LUT data record: uniform flag
 constexpr size_t kRecordEntriesOffset = 16;      // LUT data record: first entry
 constexpr size_t kRecordEntryWords = 6;          // in_r, in_g, in_b, out_r, out_g, out_b
-constexpr uint32_t kPrimariesBt709 = 1;
-constexpr uint32_t kPrimariesP3 = 12;            // H.273 SMPTE EG 432-1 (Display P3)
 constexpr uint32_t kMaxH273Code = 255;           // H.273 codes are 8-bit
 constexpr uint32_t kMaxNits = 10000;             // PQ's range: mastering peak and MaxCLL
 constexpr uint32_t kDemoMasterLow = 1000;        // nits
@@ -223,6 +221,11 @@ std::string LayerConfig::slug() const {
     if (masterNits != 0) s += nits(masterNits);
     if (cllPresent) s += "-cll" + nits(maxCll);
     return s;
+}
+
+double LayerConfig::contentPeakNits() const {
+    if (masterNits != 0) return masterNits;
+    return cllPresent ? maxCll : 0.0;
 }
 
 bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* error) {

@@ -13,6 +13,10 @@
 
 namespace hdrtm::tool {
 
+// H.273 colour primaries beside BT.2020 (kPrimariesBt2020).
+constexpr uint32_t kPrimariesBt709 = 1;
+constexpr uint32_t kPrimariesP3 = 12;  // SMPTE EG 432-1 (Display P3, D65)
+
 struct LayerConfig {
     uint32_t transfer = 16;      // H.273 transfer characteristics
     uint32_t primaries = 9;      // H.273 colour primaries
@@ -23,6 +27,9 @@ struct LayerConfig {
 
     std::string describe() const;  // "PQ 1000 nits MaxCLL 600"
     std::string slug() const;      // "pq1000-cll600"
+    // The content's peak as its metadata gives it (mastering peak, else
+    // MaxCLL); 0 when it gives none.
+    double contentPeakNits() const;
 };
 
 // Parses "pq", "hlg", "sdr" or a transfer code, then optional ",key=value"
