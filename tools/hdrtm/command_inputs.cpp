@@ -10,6 +10,8 @@
 
 #include "commands.h"
 #include "files/file_kind.h"
+#include "files/output_files.h"
+#include "messages.h"
 #include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
@@ -25,9 +27,24 @@ void requireReadable(const std::string& path, const char* what) {
     }
 }
 
+void requireWritable(const std::string& path, const std::vector<std::string>& extensions, const std::string& what) {
+    const std::string problem = outputFileProblem(path, extensions);
+    if (!problem.empty()) throw CommandError(what + " " + path + ": " + problem);
+}
+
+namespace {
+
+std::vector<std::pair<std::string, CheckResult>>& vetted() {
+    static std::vector<std::pair<std::string, CheckResult>> results;
+    return results;
+}
+
+}  // namespace
+
 CheckResult vetTuning(const std::string& path, bool force) {
     requireReadable(path, "tuning file");
     CheckResult check = checkTuningFile(path);
+    vetted().emplace_back(path, check);
     for (const Diagnostic& d : check.diagnostics) {
         if (d.severity != Severity::kNote) std::cerr << formatDiagnostic(path, d) << "\n";
     }
@@ -37,10 +54,32 @@ CheckResult vetTuning(const std::string& path, bool force) {
                            "or add --force to build from it anyway");
     }
     if (check.errors() > 0) {
-        std::cerr << "hdrtm: warning: building from " << path << " despite its " << check.errors()
-                  << " error(s) (--force)\n";
+        printWarning("building from " + path + " despite its " + std::to_string(check.errors()) +
+                     " error(s) (--force)");
     }
     return check;
+}
+
+nlohmann::json vettedDiagnosticsJson() {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& [path, result] : vetted()) {
+        for (nlohmann::json d : nlohmann::json::parse(diagnosticsJson(path, result))) {
+            d["file"] = pathJson(path);
+            list.push_back(d);
+        }
+    }
+    return list;
+}
+
+std::string absolutePath(const std::string& path) {
+    if (path.empty()) return path;
+    std::error_code ec;
+    const fs::path absolute = fs::absolute(path, ec);
+    return ec ? path : absolute.lexically_normal().string();
+}
+
+nlohmann::json pathJson(const std::string& path) {
+    return path.empty() ? nlohmann::json() : nlohmann::json(absolutePath(path));
 }
 
 std::string remedyText(Remedy remedy) {

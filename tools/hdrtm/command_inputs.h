@@ -1,8 +1,11 @@
-// What the commands share: their inputs checked and loaded, and the advice
-// for a layer that gets no LUT.
+// What the commands share: their inputs and outputs checked, tunings vetted
+// and loaded, the advice for a layer that gets no LUT, and paths as JSON
+// shows them.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "playback/playback_run.h"
 #include "tm_params.h"
@@ -10,18 +13,32 @@
 
 namespace hdrtm::tool {
 
-// Throws CommandError unless `path` is a readable file; `what` names it.
+// Throws CommandError unless `path` is a readable regular file; `what`
+// names it.
 void requireReadable(const std::string& path, const char* what);
+
+// Throws CommandError unless `path` can take a new file named with one of
+// `extensions` (".png"); `what` names it ("-o", "--codes").
+void requireWritable(const std::string& path, const std::vector<std::string>& extensions, const std::string& what);
 
 // Checks a tuning file before the library sees it: the library would absorb
 // its mistakes silently. Errors and warnings are printed in full; errors
 // throw CommandError unless `force`.
 CheckResult vetTuning(const std::string& path, bool force);
 
+// The diagnostics of every tuning vetted so far (notes too), as the JSON
+// list `check --json` prints.
+nlohmann::json vettedDiagnosticsJson();
+
 // What would give a LUT, in the options of the commands; "" for kNone.
 std::string remedyText(Remedy remedy);
 
 // A vetted tuning file as the library loads it (loadTuningRecord).
 TMParams loadTuning(const std::string& path, bool force, bool* versionTwo);
+
+// `path` made absolute, for summaries; "" stays "".
+std::string absolutePath(const std::string& path);
+// A path as JSON gives it: absolute, or null when empty (not given).
+nlohmann::json pathJson(const std::string& path);
 
 }  // namespace hdrtm::tool

@@ -4,9 +4,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "colour/lut_difference.h"
+#include "colour/reference_levels.h"
 #include "command_inputs.h"
 #include "commands.h"
 #include "drawing/difference_plot.h"
@@ -14,6 +16,8 @@
 #include "files/clf_file.h"
 #include "files/output_files.h"
 #include "hdr_playback.h"
+#include "messages.h"
+#include "number_text.h"
 #include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
@@ -23,6 +27,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kDefaultsName = "defaults";  // a side that is the built-in defaults
 constexpr const char* kCurvesFile = "tone_curves.svg";
+constexpr const char* kLutFilesPicture = "delta_e.png";
 constexpr size_t kWorstPrinted = 3;  // nodes named per differing LUT
 constexpr size_t kWorstInJson = 10;
 constexpr Rgb8 kSideBColours[] = {{200, 40, 120}, {120, 160, 20}};
@@ -31,7 +36,7 @@ struct Side {
     std::string label;  // as the user named it
     TMParams params;
     bool versionTwo = false;
-    std::string path;   // empty: the built-in defaults
+    std::string path;   // the tuning file; empty: the built-in defaults
     bool lutFile = false;  // a .cube or .clf file rather than a tuning
     std::vector<RunResult> results;  // per configuration
 };
@@ -76,7 +81,17 @@ struct Compared {
     std::string label;  // the LUT's, "layer 0" or "hardware"
     Signal input = Signal::kPq;
     LutDifference difference;
+    std::vector<ReferenceLevel> levelsA;
+    std::vector<ReferenceLevel> levelsB;
     std::string picture;
+};
+
+// What the comparison found beyond the compared LUTs.
+struct Findings {
+    std::vector<Compared> compared;
+    std::vector<std::string> unmatched;     // a LUT only one side gives, or a pair that cannot be compared
+    bool identical = true;
+    double largestDeltaE = 0.0;
 };
 
 std::string fixed(double v, int decimals) {
@@ -99,15 +114,13 @@ std::string worstText(const Compared& c, size_t count) {
     return text;
 }
 
-void printReport(const Side& a, const Side& b, const std::vector<std::string>& titles,
-                 const std::vector<Compared>& all, const std::vector<std::string>& unmatched) {
+void printReport(const Side& a, const Side& b, const std::vector<std::string>& titles, const Findings& f) {
     std::cout << "A: " << a.label << "\nB: " << b.label << "\n\n";
     std::printf("%3s  %-48s %-9s %-22s %-20s %s\n", "#", "configuration", "LUT", "max code change R G B",
                 "mean change R G B", "ΔE_ITP mean / p95 / max");
-    for (const Compared& c : all) {
+    for (const Compared& c : f.compared) {
         const LutDifference& d = c.difference;
-        std::printf("%3d  %-48s %-9s %-22s %-20s %s\n", c.config, titles[c.config - 1].c_str(),
-                    c.label.c_str(),
+        std::printf("%3d  %-48s %-9s %-22s %-20s %s\n", c.config, titles[c.config - 1].c_str(), c.label.c_str(),
                     (fixed(d.maxCodeChange[0], 0) + " " + fixed(d.maxCodeChange[1], 0) + " " +
                      fixed(d.maxCodeChange[2], 0))
                         .c_str(),
@@ -119,17 +132,49 @@ void printReport(const Side& a, const Side& b, const std::vector<std::string>& t
                                    fixed(d.maxDeltaE, 2))
                                       .c_str());
         if (!d.identical) std::cout << "     worst: " << worstText(c, kWorstPrinted) << "\n";
-        if (!d.sameGrid) std::cout << "     B is sampled on another grid: read between its points at A's\n";
+        const std::string levelsA = levelsText(c.levelsA);
+        const std::string levelsB = levelsText(c.levelsB);
+        if (levelsA == levelsB) {
+            std::cout << "     levels: " << levelsA << "\n";
+        } else {
+            std::cout << "     levels A: " << levelsA << "\n     levels B: " << levelsB << "\n";
+        }
     }
-    for (const std::string& u : unmatched) std::cout << u << "\n";
+    for (const std::string& u : f.unmatched) std::cout << u << "\n";
 }
 
-nlohmann::json toJson(const Side& a, const Side& b, const std::vector<std::string>& titles,
-                      const std::vector<Compared>& all, const std::vector<std::string>& unmatched,
-                      bool identical) {
-    nlohmann::json out = {{"a", a.label}, {"b", b.label}, {"identical", identical}};
+nlohmann::json levelsJson(const std::vector<ReferenceLevel>& levels) {
+    nlohmann::json out = nlohmann::json::array();
+    for (const ReferenceLevel& l : levels) {
+        out.push_back({{"level", l.name},
+                       {"input_nits", l.inputNits},
+                       {"input_code", l.inputCode},
+                       {"output_nits", l.outputNits},
+                       {"output_codes", l.outputCodes}});
+    }
+    return out;
+}
+
+nlohmann::json sideJson(const Side& side) {
+    return side.label == kDefaultsName ? nlohmann::json(kDefaultsName) : pathJson(side.label);
+}
+
+nlohmann::json toJson(const Side& a, const Side& b, const std::vector<std::string>& titles, const Findings& f,
+                      const DiffOptions& options, const RunFolder* folder) {
+    nlohmann::json out = {{"a", sideJson(a)},
+                          {"b", sideJson(b)},
+                          {"identical", f.identical},
+                          {"largest_delta_e_itp", f.largestDeltaE},
+                          {"max_de", options.maxDeltaE >= 0.0 ? nlohmann::json(options.maxDeltaE) : nlohmann::json()},
+                          {"output_dir", folder ? pathJson(folder->dir()) : nlohmann::json()},
+                          {"tuning_diagnostics", vettedDiagnosticsJson()}};
+    out["files"] = nlohmann::json::array();
+    if (folder != nullptr) {
+        for (const std::string& name : folder->names()) out["files"].push_back(pathJson(folder->pathOf(name)));
+        out["files"].push_back(pathJson(folder->pathOf(kManifestName)));
+    }
     out["luts"] = nlohmann::json::array();
-    for (const Compared& c : all) {
+    for (const Compared& c : f.compared) {
         const LutDifference& d = c.difference;
         nlohmann::json worst = nlohmann::json::array();
         for (const NodeDifference& n : worstNodes(d, d.identical ? 0 : kWorstInJson)) {
@@ -139,19 +184,19 @@ nlohmann::json toJson(const Side& a, const Side& b, const std::vector<std::strin
                              {"input", describeInput(n, c.input)},
                              {"delta_e_itp", n.deltaE}});
         }
-        nlohmann::json l = {{"configuration", c.config},
-                            {"description", titles[c.config - 1]},
-                            {"lut", c.label},
-                            {"identical", d.identical},
-                            {"same_grid", d.sameGrid},
-                            {"max_code_change", d.maxCodeChange},
-                            {"mean_code_change", d.meanCodeChange},
-                            {"delta_e_itp", {{"mean", d.meanDeltaE}, {"p95", d.p95DeltaE}, {"max", d.maxDeltaE}}},
-                            {"worst_nodes", worst}};
-        if (!c.picture.empty()) l["picture"] = c.picture;
-        out["luts"].push_back(l);
+        out["luts"].push_back(
+            {{"configuration", c.config},
+             {"description", titles[c.config - 1]},
+             {"lut", c.label},
+             {"identical", d.identical},
+             {"max_code_change", d.maxCodeChange},
+             {"mean_code_change", d.meanCodeChange},
+             {"delta_e_itp", {{"mean", d.meanDeltaE}, {"p95", d.p95DeltaE}, {"max", d.maxDeltaE}}},
+             {"worst_nodes", worst},
+             {"levels", {{"a", levelsJson(c.levelsA)}, {"b", levelsJson(c.levelsB)}}},
+             {"picture", c.picture.empty() || folder == nullptr ? nlohmann::json() : pathJson(folder->pathOf(c.picture))}});
     }
-    out["unmatched"] = unmatched;
+    out["unmatched"] = f.unmatched;
     return out;
 }
 
@@ -169,101 +214,122 @@ CurvePlotData overlaidCurves(const Side& a, const Side& b) {
     return data;
 }
 
-int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, const DiffOptions& options,
-                 std::vector<std::string>& written) {
-    std::vector<Compared> all;
-    std::vector<std::string> unmatched;
-    // Two LUT files stand for no configuration of their own.
-    std::vector<std::string> titles;
-    for (const Configuration& c : configs) titles.push_back(a.lutFile ? "the two LUT files" : c.describe());
-    bool identical = true;
+// Compares the LUTs of each configuration, staging a picture per differing
+// LUT into `folder` when there is one.
+Findings compareSides(const Side& a, const Side& b, const std::vector<Configuration>& configs,
+                      const std::vector<std::string>& titles, RunFolder* folder) {
+    Findings f;
     for (size_t i = 0; i < configs.size(); ++i) {
         const std::vector<ProducedLut>& lutsA = a.results[i].luts;
         const std::vector<ProducedLut>& lutsB = b.results[i].luts;
-        const int index = static_cast<int>(i) + 1;
+        const std::string where = "configuration " + std::to_string(i + 1) + ": ";
         for (const ProducedLut& p : lutsA) {
             const auto match = std::find_if(lutsB.begin(), lutsB.end(),
                                             [&p](const ProducedLut& q) { return q.label == p.label; });
             if (match == lutsB.end()) {
-                unmatched.push_back("configuration " + std::to_string(index) + ": only A gives a " + p.label + " LUT");
-                identical = false;
+                f.unmatched.push_back(where + "only A gives a " + p.label + " LUT");
+                f.identical = false;
                 continue;
             }
-            Compared c{index, p.label, p.lut.input, compareLuts(p.lut, match->lut), ""};
-            identical = identical && c.difference.identical;
-            if (options.pictures && !c.difference.identical) {
+            const std::string why = whyNotComparable(p.lut, match->lut);
+            if (!why.empty()) {
+                f.unmatched.push_back(where + "the " + p.label + " LUTs are not compared: " + why);
+                f.identical = false;
+                continue;
+            }
+            const double peak = a.lutFile ? 0.0 : configs[i].layers[p.layer].contentPeakNits();
+            Compared c{static_cast<int>(i) + 1, p.label, p.lut.input, compareLuts(p.lut, match->lut),
+                       referenceLevels(p.lut, peak), referenceLevels(match->lut, peak), ""};
+            f.identical = f.identical && c.difference.identical;
+            f.largestDeltaE = std::max(f.largestDeltaE, c.difference.maxDeltaE);
+            if (folder != nullptr && !c.difference.identical) {
                 std::string label = p.label;
                 std::replace(label.begin(), label.end(), ' ', '-');
-                c.picture = a.lutFile ? "delta_e.png"
-                                      : twoDigits(index) + "_" + configs[i].slug() + "_" + label + "_delta_e.png";
-                writeDifferencePlot(c.difference, titles[i] + ", " + p.label + ": where B differs from A",
-                                    (fs::path(options.outputDir) / c.picture).string());
-                written.push_back(c.picture);
+                c.picture = a.lutFile ? kLutFilesPicture
+                                      : twoDigits(c.config) + "_" + configs[i].slug() + "_" + label + "_delta_e.png";
+                folder->write(c.picture, differencePlotBytes(c.difference,
+                                                             titles[i] + ", " + p.label + ": where B differs from A",
+                                                             c.picture));
             }
-            all.push_back(std::move(c));
+            f.compared.push_back(std::move(c));
         }
         for (const ProducedLut& q : lutsB) {
             const bool inA = std::any_of(lutsA.begin(), lutsA.end(),
                                          [&q](const ProducedLut& p) { return p.label == q.label; });
             if (!inA) {
-                unmatched.push_back("configuration " + std::to_string(index) + ": only B gives a " + q.label + " LUT");
-                identical = false;
+                f.unmatched.push_back(where + "only B gives a " + q.label + " LUT");
+                f.identical = false;
             }
         }
     }
-    // A configuration of one's own choosing that gives nothing to compare says why.
-    if (configs.size() == 1 && a.results[0].luts.empty() && b.results[0].luts.empty()) {
-        const RunResult& r = a.results[0];
-        const std::string remedy = remedyText(r.remedies.front());
-        std::cerr << "hdrtm: note: " << configs[0].describe() << " gives no LUT: the entry took the row \""
-                  << r.rows.front() << "\"" << (remedy.empty() ? "" : "; " + remedy) << "\n";
-    }
-    if (options.pictures) {
-        if (!a.lutFile) {
-            writeCurvePlot(overlaidCurves(a, b), (fs::path(options.outputDir) / kCurvesFile).string());
-            written.push_back(kCurvesFile);
-        }
-        writeManifest(options.outputDir, written);
-    }
-    if (options.json) {
-        std::cout << toJson(a, b, titles, all, unmatched, identical).dump(2) << "\n";
-    } else {
-        printReport(a, b, titles, all, unmatched);
-        size_t differ = 0;
-        for (const Compared& c : all) differ += c.difference.identical ? 0 : 1;
-        std::cout << "\n"
-                  << (identical ? "Identical: " : std::to_string(differ) + " of ") << all.size()
-                  << " LUTs" << (identical ? " are the same" : " differ");
-        if (options.pictures) {
-            std::cout << "; wrote " << (identical ? "" : "the pictures and ") << (a.lutFile ? "nothing else" : "the tone curves") << " to "
-                      << fs::absolute(options.outputDir).string();
-        }
-        std::cout << "\n";
-    }
-    return identical ? kExitOk : kExitDiffer;
+    return f;
 }
 
 }  // namespace
 
 int runDiff(const std::string& pathA, const std::string& pathB, const std::vector<Configuration>& configs,
             const DiffOptions& options) {
+    if (isLutFileName(pathA) != isLutFileName(pathB)) {
+        throw CommandError("compare two tunings (or defaults) or two LUT files, not " + pathA + " with " + pathB);
+    }
+    if (isLutFileName(pathA) && options.configurationGiven) {
+        throw CommandError("--layer, --blend and --hw choose what two tunings run; LUT files hold one LUT each: "
+                           "drop them");
+    }
     Side a = loadSide(pathA, options.force);
     Side b = loadSide(pathB, options.force);
-    std::vector<Configuration> compared = configs;
-    if (a.lutFile != b.lutFile) {
-        throw CommandError("diff: compare two tunings (or defaults) or two LUT files, not " + pathA + " with " + pathB);
+    if (options.force && a.path.empty() && b.path.empty() && !options.pictures) {
+        throw CommandError("--force compares tuning files with errors and writes beside foreign files; here it does "
+                           "neither: drop it");
     }
-    if (a.lutFile) compared = {Configuration{}};  // the files' one LUT each
+    if (a.lutFile) {
+        const std::string why = whyNotComparable(a.results[0].luts[0].lut, b.results[0].luts[0].lut);
+        if (!why.empty()) throw CommandError("cannot compare " + pathA + " with " + pathB + ": " + why);
+    }
+    std::unique_ptr<RunFolder> folder;
+    if (options.pictures) folder = std::make_unique<RunFolder>(options.outputDir, options.force);
+    // Two LUT files stand for no configuration of their own.
+    const std::vector<Configuration> compared = a.lutFile ? std::vector<Configuration>{Configuration{}} : configs;
+    std::vector<std::string> titles;
+    for (const Configuration& c : compared) titles.push_back(a.lutFile ? "the two LUT files" : c.describe());
     runSide(a, compared);
     runSide(b, compared);
-    if (options.pictures) prepareRunFolder(options.outputDir, options.force);
-    std::vector<std::string> written;
-    try {
-        return compareSides(a, b, compared, options, written);
-    } catch (...) {
-        removeRunFiles(options.outputDir, written);
-        throw;
+    const Findings f = compareSides(a, b, compared, titles, folder.get());
+    if (folder != nullptr) {
+        if (!a.lutFile) folder->write(kCurvesFile, curvePlotBytes(overlaidCurves(a, b), kCurvesFile));
+        folder->commit();
     }
+    // A configuration of one's own choosing that gives nothing to compare says why.
+    if (compared.size() == 1 && a.results[0].luts.empty() && b.results[0].luts.empty()) {
+        const RunResult& r = a.results[0];
+        const std::string remedy = remedyText(r.remedies.front());
+        printNote(compared[0].describe() + " gives no LUT: the entry took the row \"" + r.rows.front() + "\"" +
+                  (remedy.empty() ? "" : "; " + remedy));
+    }
+    const bool gated = options.maxDeltaE >= 0.0;
+    const bool passes = gated ? f.unmatched.empty() && f.largestDeltaE <= options.maxDeltaE : f.identical;
+    if (options.json) {
+        std::cout << toJson(a, b, titles, f, options, folder.get()).dump(2) << "\n";
+    } else {
+        printReport(a, b, titles, f);
+        size_t differ = 0;
+        for (const Compared& c : f.compared) differ += c.difference.identical ? 0 : 1;
+        std::cout << "\n"
+                  << (f.identical ? "Identical: " : std::to_string(differ) + " of ") << f.compared.size() << " LUTs"
+                  << (f.identical ? " are the same" : " differ");
+        if (gated) {
+            std::cout << "; the largest ΔE_ITP, " << fixed(f.largestDeltaE, 2) << ", is "
+                      << (f.largestDeltaE <= options.maxDeltaE ? "within" : "above") << " --max-de "
+                      << numberText(options.maxDeltaE)
+                      << (f.unmatched.empty() ? "" : ", and some LUTs are not compared (above)");
+        }
+        if (folder != nullptr) {
+            std::cout << "; wrote " << (a.lutFile ? "" : "the tone curves, ")
+                      << (f.identical ? "" : "the pictures, ") << "and the manifest to " << absolutePath(folder->dir());
+        }
+        std::cout << "\n";
+    }
+    return passes ? kExitOk : kExitDiffer;
 }
 
 }  // namespace hdrtm::tool
