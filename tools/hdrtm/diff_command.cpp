@@ -324,8 +324,10 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
                       << (f.unmatched.empty() ? "" : ", and some LUTs are not compared (above)");
         }
         if (folder != nullptr) {
-            std::cout << "; wrote " << (a.lutFile ? "" : "the tone curves, ")
-                      << (f.identical ? "" : "the pictures, ") << "and the manifest to " << absolutePath(folder->dir());
+            const size_t pictures = folder->names().size() - (a.lutFile ? 0 : 1);
+            std::cout << "; wrote " << (pictures > 0 ? std::to_string(pictures) + " picture(s), " : "")
+                      << (a.lutFile ? "" : "the tone curves (" + std::string(kCurvesFile) + "), ")
+                      << "and the manifest (" << kManifestName << ") to " << absolutePath(folder->dir());
         }
         std::cout << "\n";
     }

@@ -276,6 +276,26 @@ nlohmann::json toJson(const std::vector<ConfigSummary>& all, const RunFolder& fo
     return out;
 }
 
+// An SDR LUT whose 18% grey already reaches the top of its blending space
+// clips everything brighter; the levels say it, and so does a note.
+void noteClippedSdr(const std::vector<ConfigSummary>& all) {
+    std::string configs;
+    for (const ConfigSummary& s : all) {
+        for (size_t k = 0; k < s.files.size(); ++k) {
+            const Lut3d& lut = s.result.luts[k].lut;
+            for (const ReferenceLevel& l : s.files[k].levels) {
+                if (l.name == kSdrGreyLevel && l.outputCodes[1] == lut.maxCode()) {
+                    configs += (configs.empty() ? "" : ", ") + std::to_string(s.index);
+                }
+            }
+        }
+    }
+    if (configs.empty()) return;
+    printNote("configuration(s) " + configs + ": SDR 18% grey already reaches the top of the blending space, so "
+              "all SDR content above it comes out at that one level (the entry maps SDR through the inverse "
+              "pipelines with the forward tone curve)");
+}
+
 void reportProblems(const std::vector<ConfigSummary>& all) {
     for (const ConfigSummary& s : all) {
         if (!s.result.standardOutput.empty()) {
@@ -400,6 +420,7 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
     const size_t repeats = markRepeats(all, &metadataOnly);
     reportProblems(all);
     if (explain) explainMissingLuts(all);
+    noteClippedSdr(all);
     if (repeats > 0) {
         printNote(counted(repeats, "LUT is", "LUTs are") + " identical to an earlier configuration's (\"same as\")" +
                   (metadataOnly > 0 ? "; " + std::to_string(metadataOnly) +

@@ -46,10 +46,10 @@ std::vector<ReferenceLevel> referenceLevels(const Lut3d& lut, double contentPeak
     const CubeTable table = toCubeTable(lut);
     std::vector<ReferenceLevel> levels;
     if (lut.input == Signal::kSdr) {
-        levels.push_back(levelAt(lut, table, "SDR black", 0.0, 0.0f));
-        const double grey = signalToNits({1.0f, 1.0f, 1.0f}, Signal::kSdr)[1] * kSdrGrey;
-        levels.push_back(levelAt(lut, table, "18% grey", grey, encodeGrey(grey, Signal::kSdr)));
-        levels.push_back(levelAt(lut, table, "SDR white", grey / kSdrGrey, 1.0f));
+        levels.push_back(levelAt(lut, table, kSdrBlackLevel, 0.0, 0.0f));
+        const double white = signalToNits({1.0f, 1.0f, 1.0f}, Signal::kSdr)[1];
+        levels.push_back(levelAt(lut, table, kSdrGreyLevel, white * kSdrGrey, encodeGrey(white * kSdrGrey, Signal::kSdr)));
+        levels.push_back(levelAt(lut, table, kSdrWhiteLevel, white, 1.0f));
         return levels;
     }
     const double top = lut.input == Signal::kHlg ? kHlgTopNits : kPqTopNits;

@@ -14,6 +14,11 @@
 
 namespace hdrtm::tool {
 
+// The names of the levels of a LUT from SDR.
+constexpr const char* kSdrBlackLevel = "SDR black";
+constexpr const char* kSdrGreyLevel = "18% grey";
+constexpr const char* kSdrWhiteLevel = "SDR white";
+
 struct ReferenceLevel {
     std::string name;                   // "100 nits", "peak 4000 nits", "SDR black", "18% grey", "SDR white"
     double inputNits = 0.0;             // the level's light as the input signal encodes it
