@@ -314,14 +314,21 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
         printReport(a, b, titles, f);
         size_t differ = 0;
         for (const Compared& c : f.compared) differ += c.difference.identical ? 0 : 1;
-        std::cout << "\n"
-                  << (f.identical ? "Identical: " : std::to_string(differ) + " of ") << f.compared.size() << " LUTs"
-                  << (f.identical ? " are the same" : " differ");
-        if (gated) {
+        std::cout << "\n";
+        if (f.identical) {
+            std::cout << "Identical: " << f.compared.size() << " LUTs are the same";
+        } else if (f.compared.empty()) {
+            std::cout << "No LUTs compared";
+        } else {
+            std::cout << differ << " of " << f.compared.size() << " compared LUTs differ";
+        }
+        if (!f.unmatched.empty()) std::cout << "; " << f.unmatched.size() << " not compared (above)";
+        if (gated && !f.unmatched.empty()) {
+            std::cout << "; --max-de " << numberText(options.maxDeltaE) << " fails: not every LUT was compared";
+        } else if (gated) {
             std::cout << "; the largest ΔE_ITP, " << fixed(f.largestDeltaE, 2) << ", is "
                       << (f.largestDeltaE <= options.maxDeltaE ? "within" : "above") << " --max-de "
-                      << numberText(options.maxDeltaE)
-                      << (f.unmatched.empty() ? "" : ", and some LUTs are not compared (above)");
+                      << numberText(options.maxDeltaE);
         }
         if (folder != nullptr) {
             const size_t pictures = folder->names().size() - (a.lutFile ? 0 : 1);

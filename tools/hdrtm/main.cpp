@@ -30,10 +30,11 @@ constexpr double kUnbounded = std::numeric_limits<double>::infinity();
 // A finite number from `low` to `high` (a whole one when `whole`): refuses
 // nan, inf and text, naming the option's valid range.
 CLI::Validator numberWithin(double low, double high, const std::string& unit, bool whole = false) {
-    const std::string range = std::string(whole ? "a whole number" : "a number") +
-                              (high == kUnbounded ? " of at least " + numberText(low)
-                                                  : " from " + numberText(low) + " to " + numberText(high)) +
-                              (unit.empty() ? "" : " " + unit);
+    const std::string bounds = high == kUnbounded ? numberText(low) + " or more"
+                                                  : numberText(low) + " to " + numberText(high);
+    const std::string range =
+        std::string(whole ? "a whole number " : "a number ") + (high == kUnbounded ? "of " : "from ") + bounds +
+        (unit.empty() ? "" : " " + unit);
     return CLI::Validator(
         [=](std::string& text) {
             char* end = nullptr;
@@ -44,7 +45,7 @@ CLI::Validator numberWithin(double low, double high, const std::string& unit, bo
                             v >= low && v <= high;
             return ok ? std::string() : "must be " + range + ", not \"" + text + "\"";
         },
-        range);
+        bounds);
 }
 
 // --layer takes one value each time, so a positional argument after it is
@@ -142,7 +143,8 @@ int main(int argc, char** argv) {
     const struct ReleaseCachesAtExit {
         ~ReleaseCachesAtExit() { releaseDrawingCaches(); }
     } releaseCaches;
-    CLI::App app{"hdrtm: libhdr_tm's LUTs as .cube files, a tuning-file checker, tone curves and previews"};
+    CLI::App app{"hdrtm: libhdr_tm's LUTs as .cube or .clf files, a tuning-file checker, tone curves, previews, "
+                 "differences between tunings, and LUTs applied to images"};
     app.require_subcommand(0, 1);
     app.allow_extras();
     app.set_version_flag("--version", "hdrtm " HDRTM_VERSION " (libhdr_tm " HDRTM_VERSION ")");
@@ -248,7 +250,7 @@ int main(int argc, char** argv) {
     apply->add_option("lut", applyOptions.lut, ".cube or .clf file, a tuning file, or \"defaults\"")->required();
     apply->add_option("-o,--output", applyOptions.output, "output PNG (16-bit samples of the LUT's output codes)")
         ->capture_default_str();
-    apply->add_option("--input", applyOptions.input, "the image's signal when it has no cICP chunk: pq, hlg or sdr");
+    apply->add_option("--input", applyOptions.input, "the image's signal, pq, hlg or sdr: needed without a cICP chunk; with one, overrides it (with a note)");
     apply->add_option("--compare", applyOptions.compare,
                       "show beside it: clip (the plain clip to the panel) or a second LUT, tuning or \"defaults\"");
     addLayerOption(apply, applyLayers, "with a tuning: the layer (default: the image's signal and primaries)");
@@ -273,6 +275,10 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& e) {
         const std::vector<CLI::App*> chosen = app.get_subcommands();
         if (!chosen.empty()) setCommandName(chosen.front()->get_name());
+        // A mistyped option explains a missing required one.
+        if (!chosen.empty() && !chosen.front()->remaining().empty()) {
+            return unexpectedArgument(*chosen.front(), chosen.front()->remaining().front());
+        }
         const std::string help =
             chosen.empty() ? "hdrtm --help" : "hdrtm " + chosen.front()->get_name() + " --help";
         return fail(std::string(e.what()) + "; see " + help);

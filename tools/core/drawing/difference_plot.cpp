@@ -75,7 +75,7 @@ std::string differencePlotBytes(const LutDifference& d, const std::string& title
     c.text(kWidth / 2.0f, 24.0f, title, kAxisColour, Anchor::kMiddle);
     c.text(kWidth / 2.0f, 44.0f,
            "ΔE_ITP mean " + number(d.meanDeltaE) + ", 95th percentile " + number(d.p95DeltaE) + ", max " +
-               number(d.maxDeltaE) + " (1 is about one just-noticeable difference)",
+               number(d.maxDeltaE) + " (1 ≈ one just-noticeable difference)",
            kAxisColour, Anchor::kMiddle);
     for (double decade = kMinNits; decade <= kMaxNits * 1.001; decade *= 10.0) {
         c.line(kLeft, py(decade), hueLeft + plotW, py(decade), kGridColour, 1.0f);

@@ -111,7 +111,7 @@ constexpr int kMaxCode = 1023;         // largest 10-bit code
 constexpr const char* kVersionTwo = "2.0";
 constexpr const char* kVersionOne = "1.0";
 constexpr const char* kCustomGamma = "custom";  // the only output gamma that reads <val>
-constexpr float kPowerGamma = 2.2f;             // the exponent of "2p2" and "2d2"
+constexpr float kPowerGamma = 2.2f;             // the exponent of "2p2" and "2d2", and <val>'s fallback
 // A calibration's terms stay near the identity's 0 and 1; beyond this a term
 // drives its channel to 0 or 1 for almost every colour.
 constexpr double kPccTermLimit = 10.0;
@@ -701,9 +701,9 @@ private:
         if (val == nullptr || val->QueryFloatText(&exponent) != tinyxml2::XML_SUCCESS) return;
         XMLElement* spaceEl = group->FirstChildElement("space");
         const std::string space = spaceEl ? trimmed(spaceEl->GetText()) : "2p2";
-        const bool power22 = space == "2p2" || space == "2d2";
+        // 2.2, the loader's fallback, is what a file beside "2p2" means and harmless beside the rest.
         const bool known = std::find(std::begin(kGammaNames), std::end(kGammaNames), space) != std::end(kGammaNames);
-        if (space == kCustomGamma || !known || (power22 && exponent == kPowerGamma)) return;
+        if (space == kCustomGamma || !known || exponent == kPowerGamma) return;
         warn(val, "gamma-value-not-used",
              "<output_gamma_space><val> " + trimmed(val->GetText()) + " is not used: only <space>custom</space> "
              "reads it, and the space here is " + inQuotes(space) +
