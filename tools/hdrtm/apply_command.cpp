@@ -208,7 +208,10 @@ int runApply(const ApplyOptions& options) {
     appliedImageTags(setup, &tagged);
     Progress progress(reader.height());
     writeFileAtomically(options.output,
-                        applyToImage(reader, setup, [&progress](int rows) { progress.update(rows); }));
+                        applyToImage(reader, setup, [&progress](int rows) {
+                            stopIfInterrupted();
+                            progress.update(rows);
+                        }));
     const int sides = setup.beside == Beside::kNothing ? 1 : 2;
     const int height = reader.height() + (sides == 2 ? kCaptionBandHeight : 0);
     std::cout << "Wrote " << options.output << " (" << reader.width() * sides << "x" << height << ": "

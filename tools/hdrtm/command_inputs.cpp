@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -34,6 +35,10 @@ void requireWritable(const std::string& path, const std::vector<std::string>& ex
 
 namespace {
 
+volatile std::sig_atomic_t gInterruption = 0;
+
+extern "C" void recordInterruption(int signal) { gInterruption = signal; }
+
 std::vector<std::pair<std::string, CheckResult>>& vetted() {
     static std::vector<std::pair<std::string, CheckResult>> results;
     return results;
@@ -58,6 +63,16 @@ CheckResult vetTuning(const std::string& path, bool force) {
                      " error(s) (--force)");
     }
     return check;
+}
+
+void deferInterruptions() {
+    for (int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, recordInterruption);
+}
+
+void stopIfInterrupted() {
+    if (gInterruption != 0) {
+        throw CommandError(std::string("interrupted (") + strsignal(gInterruption) + "): nothing of this run is kept");
+    }
 }
 
 nlohmann::json vettedDiagnosticsJson() {

@@ -30,6 +30,12 @@ CheckResult vetTuning(const std::string& path, bool force);
 // list `check --json` prints.
 nlohmann::json vettedDiagnosticsJson();
 
+// Ctrl-C, a hang-up or a termination request stops a run between its
+// steps rather than mid-file, so the run can take back what it wrote.
+void deferInterruptions();
+// Throws CommandError when an interruption came.
+void stopIfInterrupted();
+
 // What would give a LUT, in the options of the commands; "" for kNone.
 std::string remedyText(Remedy remedy);
 

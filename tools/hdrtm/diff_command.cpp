@@ -66,6 +66,7 @@ void runSide(Side& side, const std::vector<Configuration>& configs) {
     std::string error;
     if (!setTuningProperty(side.path, &error)) throw CommandError(error);
     for (const Configuration& config : configs) {
+        stopIfInterrupted();
         RunResult r = runConfiguration(config, 0, side.versionTwo);
         for (ProducedLut& p : r.luts) {
             if (side.params.output_gamma_space == GAMMA_CUSTOM) p.lut.panel.gammaValue = side.params.output_gamma_val;
@@ -295,6 +296,7 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
     runSide(a, compared);
     runSide(b, compared);
     const Findings f = compareSides(a, b, compared, titles, folder.get());
+    stopIfInterrupted();
     if (folder != nullptr) {
         if (!a.lutFile) folder->write(kCurvesFile, curvePlotBytes(overlaidCurves(a, b), kCurvesFile));
         folder->commit();

@@ -180,7 +180,7 @@ int main(int argc, char** argv) {
     CheckOptions checkOptions;
     CLI::App* check = app.add_subcommand("check", "check a tuning file for settings the library "
                                                   "would not read as written");
-    check->add_option("file", checkPath, "tuning file")->required();
+    check->add_option("FILE", checkPath, "tuning file")->required();
     check->add_flag("--strict", checkOptions.strict, "exit 1 when there are warnings");
     check->add_flag("--json", checkOptions.json, "print the diagnostics (notes too) as a JSON list");
     check->add_flag("-v,--verbose", checkOptions.verbose, "also show notes (fallbacks that apply)");
@@ -191,7 +191,7 @@ int main(int argc, char** argv) {
     float curvePeak = 0.0f;
     bool curveForce = false;
     CLI::App* curve = app.add_subcommand("curve", "plot the tone curve of a tuning (or of the defaults)");
-    curve->add_option("file", curveTuning, "tuning file (default: the built-in defaults)");
+    curve->add_option("FILE", curveTuning, "tuning file (default: the built-in defaults)");
     curve->add_option("-o,--output", curveOut, "plot file, .svg or .png")->capture_default_str();
     curve->add_option("--csv", curveCsv, "also write the curve the library uses as input nits, output nits (.csv)");
     curve->add_option("--content-peak", curvePeak,
@@ -206,7 +206,7 @@ int main(int argc, char** argv) {
     float previewPeak = 0.0f;
     CLI::App* preview = app.add_subcommand("preview", "a test pattern through a LUT (.cube or .clf) beside a "
                                                       "plain clip to the panel, as PNG");
-    preview->add_option("lut", previewLut, ".cube or .clf file")->required();
+    preview->add_option("LUT", previewLut, ".cube or .clf file")->required();
     preview->add_option("-o,--output", previewOut, "PNG file")->capture_default_str();
     preview->add_option("--input", previewInput, "the LUT's input signal: pq, hlg or sdr");
     preview->add_option("--output-signal", previewOutput, "the LUT's output: panel, pq or hlg");
@@ -222,8 +222,8 @@ int main(int argc, char** argv) {
     CLI::App* diff = app.add_subcommand(
         "diff", "compare two tunings' (or two LUT files') LUTs in codes and in ΔE_ITP "
                 "(exit 0 identical or within --max-de, 1 different, 2 error)");
-    diff->add_option("a", diffA, "tuning file A, \"defaults\", or a LUT file (.cube, .clf)")->required();
-    diff->add_option("b", diffB, "tuning file B, \"defaults\", or a LUT file to compare with LUT file A")
+    diff->add_option("A", diffA, "tuning file A, \"defaults\", or a LUT file (.cube, .clf)")->required();
+    diff->add_option("B", diffB, "tuning file B, \"defaults\", or a LUT file to compare with LUT file A")
         ->required();
     addLayerOption(diff, diffLayers, "compare this configuration (as lut takes it) instead of the demo's");
     diff->add_option("-b,--blend", diffBlend, "blend space with --layer: pq, layer or hlg")->capture_default_str();
@@ -246,8 +246,8 @@ int main(int argc, char** argv) {
     bool applyHardware = false;
     CLI::App* apply = app.add_subcommand(
         "apply", "apply a LUT to a 16-bit PNG as the display hardware does (tetrahedral, true grid positions)");
-    apply->add_option("image", applyOptions.image, "16-bit PNG; its cICP chunk says PQ, HLG or SDR")->required();
-    apply->add_option("lut", applyOptions.lut, ".cube or .clf file, a tuning file, or \"defaults\"")->required();
+    apply->add_option("IMAGE", applyOptions.image, "16-bit PNG; its cICP chunk says PQ, HLG or SDR")->required();
+    apply->add_option("LUT", applyOptions.lut, ".cube or .clf file, a tuning file, or \"defaults\"")->required();
     apply->add_option("-o,--output", applyOptions.output, "output PNG (16-bit samples of the LUT's output codes)")
         ->capture_default_str();
     apply->add_option("--input", applyOptions.input, "the image's signal, pq, hlg or sdr: needed without a cICP chunk; with one, overrides it (with a note)");
@@ -263,6 +263,7 @@ int main(int argc, char** argv) {
     // Over a file-size limit a write then fails with an error we report and
     // clean up after, instead of the signal killing the process mid-file.
     std::signal(SIGXFSZ, SIG_IGN);
+    deferInterruptions();
     captureLibraryLog();
     try {
         app.parse(argc, argv);

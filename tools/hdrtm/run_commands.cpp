@@ -143,16 +143,20 @@ size_t markRepeats(std::vector<ConfigSummary>& all, size_t* metadataOnly) {
     for (size_t i = 0; i < all.size(); ++i) {
         for (size_t k = 0; k < all[i].result.luts.size(); ++k) {
             const Lut3d& lut = all[i].result.luts[k].lut;
-            for (size_t j = 0; j < i && all[i].files[k].sameAsConfig == 0; ++j) {
+            WrittenLut& w = all[i].files[k];
+            bool metadata = false;  // an identical LUT from a configuration that differs only in metadata
+            for (size_t j = 0; j < i; ++j) {
                 for (const ProducedLut& earlier : all[j].result.luts) {
                     if (!sameLut(lut, earlier.lut)) continue;
-                    all[i].files[k].sameAsConfig = all[j].index;
-                    all[i].files[k].sameAsLabel = earlier.label;
-                    ++repeats;
-                    if (sameButMetadata(all[i].config, all[j].config)) ++*metadataOnly;
-                    break;
+                    if (w.sameAsConfig == 0) {
+                        w.sameAsConfig = all[j].index;
+                        w.sameAsLabel = earlier.label;
+                    }
+                    metadata = metadata || sameButMetadata(all[i].config, all[j].config);
                 }
             }
+            repeats += w.sameAsConfig != 0 ? 1 : 0;
+            *metadataOnly += metadata ? 1 : 0;
         }
     }
     return repeats;
@@ -379,6 +383,7 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
     const int total = static_cast<int>(configs.size());
     try {
         for (int i = 0; i < total; ++i) {
+            stopIfInterrupted();
             std::cerr << "[" << (i + 1) << "/" << total << "] " << configs[i].describe() << std::flush;
             all.push_back(runAndWrite(i + 1, configs[i], options, versionTwo, tuningPath, folder));
             const size_t luts = all.back().result.luts.size();
@@ -413,6 +418,7 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
             folder.write(outputs.codesName, text);
         }
     }
+    stopIfInterrupted();
     folder.commit();
     codes.commit();
 
@@ -424,7 +430,7 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
     if (repeats > 0) {
         printNote(counted(repeats, "LUT is", "LUTs are") + " identical to an earlier configuration's (\"same as\")" +
                   (metadataOnly > 0 ? "; " + std::to_string(metadataOnly) +
-                                          " of them differ from it only in mastering or MaxCLL metadata, which "
+                                          " of them come from a configuration that differs from an earlier one only in mastering or MaxCLL metadata, which "
                                           "changes nothing here"
                                     : std::string()));
     }
