@@ -95,6 +95,11 @@ struct Findings {
     double largestDeltaE = 0.0;
 };
 
+// --max-de's verdict: every LUT compared, and none beyond the tolerance.
+bool withinMaxDeltaE(const Findings& f, const DiffOptions& options) {
+    return f.unmatched.empty() && f.largestDeltaE <= options.maxDeltaE;
+}
+
 std::string fixed(double v, int decimals) {
     char text[32];
     std::snprintf(text, sizeof(text), "%.*f", decimals, v);
@@ -167,6 +172,8 @@ nlohmann::json toJson(const Side& a, const Side& b, const std::vector<std::strin
                           {"identical", f.identical},
                           {"largest_delta_e_itp", f.largestDeltaE},
                           {"max_de", options.maxDeltaE >= 0.0 ? nlohmann::json(options.maxDeltaE) : nlohmann::json()},
+                          {"within_max_de", options.maxDeltaE >= 0.0 ? nlohmann::json(withinMaxDeltaE(f, options))
+                                                                     : nlohmann::json()},
                           {"output_dir", folder ? pathJson(folder->dir()) : nlohmann::json()},
                           {"tuning_diagnostics", vettedDiagnosticsJson()}};
     out["files"] = nlohmann::json::array();
@@ -309,7 +316,7 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
                   (remedy.empty() ? "" : "; " + remedy));
     }
     const bool gated = options.maxDeltaE >= 0.0;
-    const bool passes = gated ? f.unmatched.empty() && f.largestDeltaE <= options.maxDeltaE : f.identical;
+    const bool passes = gated ? withinMaxDeltaE(f, options) : f.identical;
     if (options.json) {
         std::cout << toJson(a, b, titles, f, options, folder.get()).dump(2) << "\n";
     } else {
