@@ -86,6 +86,18 @@ nlohmann::json vettedDiagnosticsJson() {
     return list;
 }
 
+nlohmann::json levelsJson(const std::vector<ReferenceLevel>& levels) {
+    nlohmann::json out = nlohmann::json::array();
+    for (const ReferenceLevel& l : levels) {
+        out.push_back({{"level", l.name},
+                       {"input_nits", l.inputNits},
+                       {"input_code", l.inputCode},
+                       {"output_nits", l.outputNits},
+                       {"output_codes", l.outputCodes}});
+    }
+    return out;
+}
+
 std::string absolutePath(const std::string& path) {
     if (path.empty()) return path;
     std::error_code ec;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "colour/reference_levels.h"
 #include "playback/playback_run.h"
 #include "tm_params.h"
 #include "tuning/tuning_check.h"
@@ -41,6 +42,10 @@ std::string remedyText(Remedy remedy);
 
 // A vetted tuning file as the library loads it (loadTuningRecord).
 TMParams loadTuning(const std::string& path, bool force, bool* versionTwo);
+
+// Reference levels as JSON: level, input_nits, input_code, output_nits,
+// output_codes.
+nlohmann::json levelsJson(const std::vector<ReferenceLevel>& levels);
 
 // `path` made absolute, for summaries; "" stays "".
 std::string absolutePath(const std::string& path);

@@ -149,18 +149,6 @@ void printReport(const Side& a, const Side& b, const std::vector<std::string>& t
     for (const std::string& u : f.unmatched) std::cout << u << "\n";
 }
 
-nlohmann::json levelsJson(const std::vector<ReferenceLevel>& levels) {
-    nlohmann::json out = nlohmann::json::array();
-    for (const ReferenceLevel& l : levels) {
-        out.push_back({{"level", l.name},
-                       {"input_nits", l.inputNits},
-                       {"input_code", l.inputCode},
-                       {"output_nits", l.outputNits},
-                       {"output_codes", l.outputCodes}});
-    }
-    return out;
-}
-
 nlohmann::json sideJson(const Side& side) {
     return side.label == kDefaultsName ? nlohmann::json(kDefaultsName) : pathJson(side.label);
 }

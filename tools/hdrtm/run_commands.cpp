@@ -211,18 +211,6 @@ void printTable(const std::vector<ConfigSummary>& all) {
     }
 }
 
-nlohmann::json levelsJson(const std::vector<ReferenceLevel>& levels) {
-    nlohmann::json out = nlohmann::json::array();
-    for (const ReferenceLevel& l : levels) {
-        out.push_back({{"level", l.name},
-                       {"input_nits", l.inputNits},
-                       {"input_code", l.inputCode},
-                       {"output_nits", l.outputNits},
-                       {"output_codes", l.outputCodes}});
-    }
-    return out;
-}
-
 nlohmann::json toJson(const std::vector<ConfigSummary>& all, const RunFolder& folder, const std::string& tuningPath,
                       const std::string& codesPath) {
     const auto inFolder = [&folder](const std::string& name) {
