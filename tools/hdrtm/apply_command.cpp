@@ -78,6 +78,15 @@ bool checkCicp(const PngReader& reader, const std::string& image) {
     return cicp.fullRange == kCicpNarrowRange;
 }
 
+// "BT.2020 (9)", as messages name H.273 primaries.
+std::string primariesLabel(uint32_t code) {
+    const char* name = code == kPrimariesBt709    ? "BT.709"
+                       : code == kPrimariesBt2020 ? "BT.2020"
+                       : code == kPrimariesP3     ? "Display P3"
+                                                  : nullptr;
+    return name ? std::string(name) + " (" + std::to_string(code) + ")" : "code " + std::to_string(code);
+}
+
 // How a caption names a LUT source: the file's name, or the tuning's with
 // the configuration it ran.
 std::string sourceName(const std::string& source, const Configuration& config) {
@@ -101,9 +110,9 @@ CubeTable loadLut(const std::string& source, const Configuration& config, bool f
     const RunResult r = runConfiguration(config, 0, versionTwo);
     setTuningProperty("", &error);
     if (r.luts.empty()) {
-        const std::string named = source == kDefaults ? "the built-in defaults" : std::string(what) + " " + source;
+        const std::string named = source == kDefaults ? "the built-in defaults give" : "the tuning " + source + " gives";
         const std::string remedy = remedyText(r.remedies.front());
-        throw CommandError(named + " give no LUT for " + config.describe() +
+        throw CommandError(named + " no LUT for " + config.describe() +
                            ": the entry took the row \"" + r.rows.front() + "\"" +
                            (remedy.empty() ? "" : "; " + remedy));
     }
@@ -162,10 +171,9 @@ int runApply(const ApplyOptions& options) {
     if (reader.hasCicp()) {
         primaries = primariesName(reader.cicp().primaries);
         if (reader.cicp().primaries != inputPrimaries(input)) {
-            printNote(options.image + "'s cICP chunk gives primaries " + primaries + " (" +
-                      std::to_string(reader.cicp().primaries) + "); the entry's " + signalLabel(input) +
-                      " pipelines read their input as " + primariesName(inputPrimaries(input)) +
-                      ", so colours are read as if on those primaries");
+            printNote(options.image + "'s cICP chunk gives primaries " + primariesLabel(reader.cicp().primaries) +
+                      "; the entry's " + signalLabel(input) + " pipelines read their input as " +
+                      primariesLabel(inputPrimaries(input)) + ", so its colours are read as if on those");
         }
     }
 

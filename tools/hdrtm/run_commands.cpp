@@ -58,12 +58,11 @@ struct ConfigSummary {
     std::vector<WrittenLut> files;  // one per LUT of the result
 };
 
-// Where a run's files go: the run folder, and the codes file, which is in
-// the folder (and its manifest) or elsewhere.
-struct RunOutputs {
-    RunFolder& folder;
-    std::string codesName;  // the codes file's name in the folder
-    std::string codesPath;  // the codes file outside it
+// Where the codes file goes: by name into the run folder (and its
+// manifest), or to a path outside it.
+struct CodesPlace {
+    std::string nameInFolder;
+    std::string pathOutside;
 };
 
 // Runs one configuration and stages its LUTs, grids and previews.
@@ -315,30 +314,30 @@ void explainMissingLuts(const std::vector<ConfigSummary>& all) {
 // Where the codes file goes: into the run folder (then it is in the
 // manifest) or beside it; never into a folder inside the run folder, which
 // the next run there would refuse as foreign.
-RunOutputs placeCodes(RunFolder& folder, const std::string& codesPath) {
-    RunOutputs outputs{folder, "", ""};
-    if (codesPath.empty()) return outputs;
+CodesPlace placeCodes(const RunFolder& folder, const std::string& codesPath) {
+    CodesPlace place;
+    if (codesPath.empty()) return place;
     std::error_code ec;
     const fs::path dir = fs::weakly_canonical(folder.dir(), ec);
     const fs::path parent = fs::weakly_canonical(fs::absolute(codesPath, ec).parent_path(), ec);
     const std::string relative = parent.lexically_relative(dir).string();
     if (relative == ".") {
         requireWritable(codesPath, {".csv", ".json"}, "--codes");
-        outputs.codesName = fs::path(codesPath).filename().string();
+        place.nameInFolder = fs::path(codesPath).filename().string();
     } else if (!relative.empty() && relative.rfind("..", 0) != 0) {
         throw CommandError("--codes " + codesPath + " is in a folder inside the output folder " + folder.dir() +
                            ", which the next run there would refuse; write it into " + folder.dir() +
                            " itself or elsewhere");
     } else {
         requireWritable(codesPath, {".csv", ".json"}, "--codes");
-        outputs.codesPath = codesPath;
+        place.pathOutside = codesPath;
     }
-    return outputs;
+    return place;
 }
 
 // "Wrote to DIR: 2 LUTs (.cube), 2 previews, ..."
 void printWritten(const std::vector<ConfigSummary>& all, const RunFolder& folder, const RunOptions& options,
-                  const RunOutputs& outputs) {
+                  const CodesPlace& place) {
     size_t luts = 0, previews = 0, grids = 0;
     for (const ConfigSummary& s : all) {
         for (const WrittenLut& w : s.files) {
@@ -354,19 +353,19 @@ void printWritten(const std::vector<ConfigSummary>& all, const RunFolder& folder
         if (grids > 0) parts += ", " + counted(grids, "grid file", "grid files") + " (.grid.txt)";
         parts += ", ";
     }
-    if (!outputs.codesName.empty()) parts += "the codes (" + outputs.codesName + "), ";
+    if (!place.nameInFolder.empty()) parts += "the codes (" + place.nameInFolder + "), ";
     parts += std::string("the tone curve (") + kCurveFile + ") and the manifest (" + kManifestName + ")";
     std::cout << "\n";
     if (luts == 0) std::cout << "No LUT: the entry gives none for this configuration (the note says why). ";
     std::cout << "Wrote to " << absolutePath(folder.dir()) << ": " << parts;
-    if (!outputs.codesPath.empty()) std::cout << "; the codes to " << absolutePath(outputs.codesPath);
+    if (!place.pathOutside.empty()) std::cout << "; the codes to " << absolutePath(place.pathOutside);
     std::cout << "\n";
 }
 
 int runAll(const std::vector<Configuration>& configs, const RunOptions& options, bool versionTwo,
            const std::string& tuningPath, const TMParams& curveParams, bool explain) {
     RunFolder folder(options.outputDir, options.force);
-    const RunOutputs outputs = placeCodes(folder, options.codesPath);
+    const CodesPlace place = placeCodes(folder, options.codesPath);
     std::vector<ConfigSummary> all;
     const int total = static_cast<int>(configs.size());
     try {
@@ -400,10 +399,10 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
             }
         }
         const std::string text = codesText(options.codesPath, luts, record);
-        if (outputs.codesName.empty()) {
-            codes.stage(outputs.codesPath, text);
+        if (place.nameInFolder.empty()) {
+            codes.stage(place.pathOutside, text);
         } else {
-            folder.write(outputs.codesName, text);
+            folder.write(place.nameInFolder, text);
         }
     }
     stopIfInterrupted();
@@ -432,7 +431,7 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
         std::cout << toJson(all, folder, tuningPath, options.codesPath).dump(2) << "\n";
     } else {
         printTable(all);
-        printWritten(all, folder, options, outputs);
+        printWritten(all, folder, options, place);
     }
     if (problems) return kExitError;
     return explain && lutCount == 0 ? kExitNoLut : kExitOk;
