@@ -317,6 +317,9 @@ void explainMissingLuts(const std::vector<ConfigSummary>& all) {
 CodesPlace placeCodes(const RunFolder& folder, const std::string& codesPath) {
     CodesPlace place;
     if (codesPath.empty()) return place;
+    if (!isCodesFileName(codesPath)) {
+        throw CommandError("--codes " + codesPath + ": its extension picks the format: name it .csv or .json");
+    }
     std::error_code ec;
     const fs::path dir = fs::weakly_canonical(folder.dir(), ec);
     const fs::path parent = fs::weakly_canonical(fs::absolute(codesPath, ec).parent_path(), ec);
@@ -406,8 +409,10 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
         }
     }
     stopIfInterrupted();
-    folder.commit();
+    // A codes file outside the folder may be a device or pipe, which can
+    // still fail: it goes first, while the folder is as it was.
     codes.commit();
+    folder.commit();
 
     size_t metadataOnly = 0;
     const size_t repeats = markRepeats(all, &metadataOnly);
