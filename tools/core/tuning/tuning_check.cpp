@@ -308,11 +308,10 @@ private:
                  head + ", which has its own (line " + std::to_string(copy->GetLineNum()) + "); this one is ignored");
             return;
         }
-        const char* fallback = homes.size() == 1 ? fallbackAt(homes[0].empty() ? name : homes[0] + "/" + name) : nullptr;
+        const char* found = homes.size() == 1 ? fallbackAt(homes[0].empty() ? name : homes[0] + "/" + name) : nullptr;
+        const std::string fallback = found != nullptr ? found : "";
         error(el, "misplaced-element",
-              head + (fallback != nullptr ? ", so it keeps its fallback " + std::string(fallback) : std::string()) +
-                  "; move it there",
-              fallback != nullptr ? fallback : "");
+              head + (fallback.empty() ? "" : ", so it keeps its fallback " + fallback) + "; move it there", fallback);
     }
 
     // Unknown children (likely typos), children of another group and repeated
