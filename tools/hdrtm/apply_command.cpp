@@ -148,6 +148,7 @@ private:
 int runApply(const ApplyOptions& options) {
     requireReadable(options.image, "image");
     requireWritable(options.output, {".png"}, "-o");
+    noteIfInRunFolder(options.output);
     const bool lutIsTuning = !isLutFileName(options.lut);
     const bool compareIsTuning = !options.compare.empty() && options.compare != kCompareClip &&
                                  !isLutFileName(options.compare);

@@ -33,6 +33,15 @@ void requireWritable(const std::string& path, const std::vector<std::string>& ex
     if (!problem.empty()) throw CommandError(what + " " + path + ": " + problem);
 }
 
+void noteIfInRunFolder(const std::string& path) {
+    std::error_code ec;
+    const fs::path folder = fs::path(path).parent_path().empty() ? fs::path(".") : fs::path(path).parent_path();
+    if (!fs::exists(folder / kManifestName, ec)) return;
+    if (earlierRunNames(folder.string()).count(fs::path(path).filename().string()) > 0) return;
+    printNote(path + " goes into " + folder.string() + ", the folder of an earlier hdrtm run, which the next run "
+              "there will refuse while this file is in it (unless --force)");
+}
+
 namespace {
 
 volatile std::sig_atomic_t gInterruption = 0;

@@ -22,6 +22,10 @@ void requireReadable(const std::string& path, const char* what);
 // `extensions` (".png"); `what` names it ("-o", "--codes").
 void requireWritable(const std::string& path, const std::vector<std::string>& extensions, const std::string& what);
 
+// A note when `path` goes into an earlier hdrtm run's folder, which the next
+// run there would refuse while the file is in it.
+void noteIfInRunFolder(const std::string& path);
+
 // Checks a tuning file before the library sees it: the library would absorb
 // its mistakes silently. Errors and warnings are printed in full; errors
 // throw CommandError unless `force`.

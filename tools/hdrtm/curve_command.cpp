@@ -53,8 +53,10 @@ std::string whyPeakIsIgnored(const TMParams& params, bool tuned, float peakNits)
 int runCurve(const std::string& tuningPath, const std::string& outputPath, const std::string& csvPath,
              float contentPeakNits, bool force) {
     requireWritable(outputPath, {".svg", ".png"}, "-o");
+    noteIfInRunFolder(outputPath);
     if (!csvPath.empty()) {
         requireWritable(csvPath, {".csv"}, "--csv");
+        noteIfInRunFolder(csvPath);
         std::error_code ec;
         if (fs::weakly_canonical(csvPath, ec) == fs::weakly_canonical(outputPath, ec)) {
             throw CommandError("--csv " + csvPath + " is the plot's own file (-o): give it a name of its own");

@@ -17,6 +17,7 @@ int runPreview(const std::string& lutPath, const std::string& outputPath, const 
                const std::string& output, float peakNits) {
     requireReadable(lutPath, "LUT file");
     requireWritable(outputPath, {".png"}, "-o");
+    noteIfInRunFolder(outputPath);
     if (!isLutFileName(lutPath)) {
         throw CommandError(lutPath + " is not a LUT file: preview reads .cube and .clf files");
     }

@@ -333,6 +333,7 @@ CodesPlace placeCodes(const RunFolder& folder, const std::string& codesPath) {
                            " itself or elsewhere");
     } else {
         requireWritable(codesPath, {".csv", ".json"}, "--codes");
+        noteIfInRunFolder(codesPath);
         place.pathOutside = codesPath;
     }
     return place;

@@ -265,6 +265,8 @@ void RunFolder::commit() {
     committed_ = true;
 }
 
+std::set<std::string> earlierRunNames(const std::string& dir) { return manifestFiles(dir); }
+
 void prepareRunFolder(const std::string& dir, bool force) {
     std::error_code ec;
     if (!fs::exists(dir, ec)) {

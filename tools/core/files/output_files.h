@@ -92,6 +92,10 @@ private:
     bool committed_ = false;
 };
 
+// The files the manifest in `dir` lists as an earlier run's; empty when
+// there is none.
+std::set<std::string> earlierRunNames(const std::string& dir);
+
 // The older interface, kept for callers that write file by file: prepares
 // `dir` as RunFolder does, but removes the earlier run's files at once.
 void prepareRunFolder(const std::string& dir, bool force);
