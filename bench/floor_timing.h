@@ -1,8 +1,9 @@
 // Times pieces of work in turn, within every iteration, on the thread's CPU
-// clock: a pipeline or entry call beside its maths floor, the replay of its
-// recorded trace straight to the maths library and through the bench
-// binary's forwarding functions. Taken in turn, the pieces meet the same load
-// on a shared machine, so their ratio holds when the machine is busy.
+// clock: a pipeline or entry call beside its maths floor (the replay of its
+// recorded trace through the C library's functions, one call a sample) and
+// beside the replay of the same maths through the library's own plane forms.
+// Taken in turn, the pieces meet the same load on a shared machine, so their
+// ratio holds when the machine is busy.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -50,9 +51,12 @@ inline void timeInTurn(benchmark::State& state, const std::vector<TimedPiece>& p
         benchmark::Counter(clockSeconds * 1e6, benchmark::Counter::kAvgIterations);
 }
 
-// The two floor pieces of a recorded trace; `sink` receives the results.
-inline std::vector<TimedPiece> floorPieces(const mathstrace::Trace& trace,
-                                           std::vector<float>& sink) {
-    return {{"floor", [&trace, &sink] { mathstrace::replay(trace, sink); }},
-            {"forwarded", [&trace, &sink] { mathstrace::replayThroughForwarders(trace, sink); }}};
+// The replays of a recorded trace: the floor, the library's own maths, and
+// the copies that replay makes (taken off it); `sink` and `scratch` receive
+// the results.
+inline std::vector<TimedPiece> floorPieces(const mathstrace::Trace& trace, std::vector<float>& sink,
+                                           std::vector<float>& scratch) {
+    return {{"floor", [&trace, &sink] { mathstrace::replayThroughCLibrary(trace, sink); }},
+            {"own_maths", [&trace, &scratch] { mathstrace::replayThroughOwnMaths(trace, scratch); }},
+            {"own_maths_copies", [&trace, &scratch] { mathstrace::replayCopiesOnly(trace, scratch); }}};
 }

@@ -1,118 +1,179 @@
-// The bench binary's powf, logf, log10f and sqrtf: each forwards to the maths
-// library's own function (looked up once with RTLD_NEXT) and, while a
-// recording runs, keeps its arguments. <cmath> is not included here so that
-// these definitions do not meet the library's declarations.
+// The wrappers of the library's maths entry points (linked with --wrap) and
+// the two replays of a recorded trace.
 #include "maths_trace.h"
 
-#include <dlfcn.h>
+#include <cmath>
+#include <cstring>
 
-#include <cstdio>
-#include <cstdlib>
+#include "cr_maths.h"
 
 namespace mathstrace {
 namespace {
 
-using Unary = float (*)(float);
-using Binary = float (*)(float, float);
+Trace* gRecording = nullptr;
+// Set while a plane form runs: its scalar fallbacks are part of that call.
+bool gInsidePlane = false;
 
-template <typename F>
-F lookUp(const char* name) {
-    void* symbol = dlsym(RTLD_NEXT, name);
-    if (symbol == nullptr) {
-        std::fprintf(stderr, "maths_trace: no %s in the maths library\n", name);
-        std::abort();
+void recordCall(Function function, const float* values, uint32_t count, const float* exponents,
+                float exponent, const uint32_t* wanted) {
+    MathsCall call{function, {values, values + count}, {}, {}, exponents == nullptr};
+    if (function == Function::kPow) {
+        call.exponents = exponents != nullptr ? std::vector<float>(exponents, exponents + count)
+                                              : std::vector<float>(count, exponent);
     }
-    return reinterpret_cast<F>(symbol);
+    if (wanted != nullptr) call.wanted.assign(wanted, wanted + count);
+    gRecording->calls.push_back(std::move(call));
 }
 
-// The maths library's own functions, looked up before any other static
-// initialiser of the binary runs.
-struct MathsLibrary {
-    Binary powf = lookUp<Binary>("powf");
-    Unary logf = lookUp<Unary>("logf");
-    Unary log10f = lookUp<Unary>("log10f");
-    Unary sqrtf = lookUp<Unary>("sqrtf");
-};
+bool recordingScalar() { return gRecording != nullptr && !gInsidePlane; }
 
-__attribute__((init_priority(101))) const MathsLibrary gMaths;
-
-Trace* gRecording = nullptr;
+// Runs a plane form's real function with the scalar fallbacks unrecorded.
+template <typename Real>
+void insidePlane(Real real) {
+    gInsidePlane = true;
+    real();
+    gInsidePlane = false;
+}
 
 }  // namespace
 
-void Trace::append(const Trace& other) {
-    powBase.insert(powBase.end(), other.powBase.begin(), other.powBase.end());
-    powExponent.insert(powExponent.end(), other.powExponent.begin(), other.powExponent.end());
-    logArg.insert(logArg.end(), other.logArg.begin(), other.logArg.end());
-    log10Arg.insert(log10Arg.end(), other.log10Arg.begin(), other.log10Arg.end());
-    sqrtArg.insert(sqrtArg.end(), other.sqrtArg.begin(), other.sqrtArg.end());
+size_t Trace::samples() const {
+    size_t total = 0;
+    for (const MathsCall& c : calls) {
+        for (size_t i = 0; i < c.values.size(); ++i) total += c.wanted.empty() || c.wanted[i] != 0;
+    }
+    return total;
 }
+
+void Trace::append(const Trace& other) { calls.insert(calls.end(), other.calls.begin(), other.calls.end()); }
 
 void startRecording(Trace* trace) { gRecording = trace; }
-
 void stopRecording() { gRecording = nullptr; }
 
-namespace {
-
-template <typename Library>
-void replayThrough(const Library& m, const Trace& trace, std::vector<float>& sink) {
-    sink.resize(trace.calls());
+void replayThroughCLibrary(const Trace& trace, std::vector<float>& sink) {
+    sink.resize(trace.samples());
     float* out = sink.data();
-    const size_t pows = trace.powBase.size();
-    const float* base = trace.powBase.data();
-    const float* exponent = trace.powExponent.data();
-    for (size_t i = 0; i < pows; ++i) *out++ = m.powf(base[i], exponent[i]);
-    for (float x : trace.logArg) *out++ = m.logf(x);
-    for (float x : trace.log10Arg) *out++ = m.log10f(x);
-    for (float x : trace.sqrtArg) *out++ = m.sqrtf(x);
+    for (const MathsCall& c : trace.calls) {
+        const size_t n = c.values.size();
+        const bool all = c.wanted.empty();
+        switch (c.function) {
+            case Function::kPow:
+                for (size_t i = 0; i < n; ++i) {
+                    if (all || c.wanted[i] != 0) *out++ = powf(c.values[i], c.exponents[i]);
+                }
+                break;
+            case Function::kExp10:
+                for (size_t i = 0; i < n; ++i) {
+                    if (all || c.wanted[i] != 0) *out++ = powf(10.0f, c.values[i]);
+                }
+                break;
+            case Function::kLog:
+                for (size_t i = 0; i < n; ++i) {
+                    if (all || c.wanted[i] != 0) *out++ = logf(c.values[i]);
+                }
+                break;
+            case Function::kLog10:
+                for (size_t i = 0; i < n; ++i) {
+                    if (all || c.wanted[i] != 0) *out++ = log10f(c.values[i]);
+                }
+                break;
+        }
+    }
 }
 
-// The binary's own definitions below, as the library reaches them.
-struct Forwarders {
-    static float powf(float base, float exponent);
-    static float logf(float x);
-    static float log10f(float x);
-    static float sqrtf(float x);
-};
-
-}  // namespace
-
-void replay(const Trace& trace, std::vector<float>& sink) { replayThrough(gMaths, trace, sink); }
-
-void replayThroughForwarders(const Trace& trace, std::vector<float>& sink) {
-    replayThrough(Forwarders{}, trace, sink);
+void replayCopiesOnly(const Trace& trace, std::vector<float>& scratch) {
+    for (const MathsCall& c : trace.calls) {
+        scratch.resize(std::max(scratch.size(), c.values.size()));
+        std::memcpy(scratch.data(), c.values.data(), c.values.size() * sizeof(float));
+    }
 }
 
 }  // namespace mathstrace
 
+using mathstrace::Function;
 using mathstrace::gRecording;
-using mathstrace::gMaths;
+using mathstrace::insidePlane;
+using mathstrace::recordCall;
+using mathstrace::recordingScalar;
 
-// noinline: the replay through these must make real calls, as the library does.
-extern "C" __attribute__((noinline)) float powf(float base, float exponent) {
-    if (__builtin_expect(gRecording != nullptr, 0)) {
-        gRecording->powBase.push_back(base);
-        gRecording->powExponent.push_back(exponent);
+// The wrapped entry points, by their mangled names (hdrtm::powPlane and so on).
+extern "C" {
+void __real__ZN5hdrtm8powPlaneEPfjfPKj(float*, uint32_t, float, const uint32_t*);
+void __real__ZN5hdrtm17powPlanePerSampleEPfPKfjPKj(float*, const float*, uint32_t, const uint32_t*);
+void __real__ZN5hdrtm10exp10PlaneEPfjPKj(float*, uint32_t, const uint32_t*);
+void __real__ZN5hdrtm8logPlaneEPfjPKj(float*, uint32_t, const uint32_t*);
+void __real__ZN5hdrtm10log10PlaneEPfjPKj(float*, uint32_t, const uint32_t*);
+float __real__ZN5hdrtm6crPowfEff(float, float);
+float __real__ZN5hdrtm6crLogfEf(float);
+float __real__ZN5hdrtm8crLog10fEf(float);
+float __real__ZN5hdrtm8crExp10fEf(float);
+
+void __wrap__ZN5hdrtm8powPlaneEPfjfPKj(float* values, uint32_t count, float exponent,
+                                        const uint32_t* wanted) {
+    if (gRecording != nullptr) recordCall(Function::kPow, values, count, nullptr, exponent, wanted);
+    insidePlane([&] { __real__ZN5hdrtm8powPlaneEPfjfPKj(values, count, exponent, wanted); });
+}
+
+void __wrap__ZN5hdrtm17powPlanePerSampleEPfPKfjPKj(float* values, const float* exponents,
+                                                   uint32_t count, const uint32_t* wanted) {
+    if (gRecording != nullptr) recordCall(Function::kPow, values, count, exponents, 0.0f, wanted);
+    insidePlane([&] { __real__ZN5hdrtm17powPlanePerSampleEPfPKfjPKj(values, exponents, count, wanted); });
+}
+
+void __wrap__ZN5hdrtm10exp10PlaneEPfjPKj(float* values, uint32_t count, const uint32_t* wanted) {
+    if (gRecording != nullptr) recordCall(Function::kExp10, values, count, nullptr, 0.0f, wanted);
+    insidePlane([&] { __real__ZN5hdrtm10exp10PlaneEPfjPKj(values, count, wanted); });
+}
+
+void __wrap__ZN5hdrtm8logPlaneEPfjPKj(float* values, uint32_t count, const uint32_t* wanted) {
+    if (gRecording != nullptr) recordCall(Function::kLog, values, count, nullptr, 0.0f, wanted);
+    insidePlane([&] { __real__ZN5hdrtm8logPlaneEPfjPKj(values, count, wanted); });
+}
+
+void __wrap__ZN5hdrtm10log10PlaneEPfjPKj(float* values, uint32_t count, const uint32_t* wanted) {
+    if (gRecording != nullptr) recordCall(Function::kLog10, values, count, nullptr, 0.0f, wanted);
+    insidePlane([&] { __real__ZN5hdrtm10log10PlaneEPfjPKj(values, count, wanted); });
+}
+
+float __wrap__ZN5hdrtm6crPowfEff(float x, float y) {
+    if (recordingScalar()) recordCall(Function::kPow, &x, 1, &y, 0.0f, nullptr);
+    return __real__ZN5hdrtm6crPowfEff(x, y);
+}
+
+float __wrap__ZN5hdrtm6crLogfEf(float x) {
+    if (recordingScalar()) recordCall(Function::kLog, &x, 1, nullptr, 0.0f, nullptr);
+    return __real__ZN5hdrtm6crLogfEf(x);
+}
+
+float __wrap__ZN5hdrtm8crLog10fEf(float x) {
+    if (recordingScalar()) recordCall(Function::kLog10, &x, 1, nullptr, 0.0f, nullptr);
+    return __real__ZN5hdrtm8crLog10fEf(x);
+}
+
+float __wrap__ZN5hdrtm8crExp10fEf(float y) {
+    if (recordingScalar()) recordCall(Function::kExp10, &y, 1, nullptr, 0.0f, nullptr);
+    return __real__ZN5hdrtm8crExp10fEf(y);
+}
+}  // extern "C"
+
+void mathstrace::replayThroughOwnMaths(const Trace& trace, std::vector<float>& scratch) {
+    for (const MathsCall& c : trace.calls) {
+        const uint32_t n = static_cast<uint32_t>(c.values.size());
+        scratch.resize(std::max<size_t>(scratch.size(), n));
+        float* v = scratch.data();
+        std::memcpy(v, c.values.data(), n * sizeof(float));
+        const uint32_t* wanted = c.wanted.empty() ? nullptr : c.wanted.data();
+        switch (c.function) {
+            case Function::kPow:
+                if (c.oneExponent && n > 0) {
+                    __real__ZN5hdrtm8powPlaneEPfjfPKj(v, n, c.exponents[0], wanted);
+                } else {
+                    __real__ZN5hdrtm17powPlanePerSampleEPfPKfjPKj(v, c.exponents.data(), n, wanted);
+                }
+                break;
+            case Function::kExp10: __real__ZN5hdrtm10exp10PlaneEPfjPKj(v, n, wanted); break;
+            case Function::kLog: __real__ZN5hdrtm8logPlaneEPfjPKj(v, n, wanted); break;
+            case Function::kLog10: __real__ZN5hdrtm10log10PlaneEPfjPKj(v, n, wanted); break;
+        }
     }
-    return gMaths.powf(base, exponent);
 }
-
-extern "C" __attribute__((noinline)) float logf(float x) {
-    if (__builtin_expect(gRecording != nullptr, 0)) gRecording->logArg.push_back(x);
-    return gMaths.logf(x);
-}
-
-extern "C" __attribute__((noinline)) float log10f(float x) {
-    if (__builtin_expect(gRecording != nullptr, 0)) gRecording->log10Arg.push_back(x);
-    return gMaths.log10f(x);
-}
-
-extern "C" __attribute__((noinline)) float sqrtf(float x) {
-    if (__builtin_expect(gRecording != nullptr, 0)) gRecording->sqrtArg.push_back(x);
-    return gMaths.sqrtf(x);
-}
-
-float mathstrace::Forwarders::powf(float base, float exponent) { return ::powf(base, exponent); }
-float mathstrace::Forwarders::logf(float x) { return ::logf(x); }
-float mathstrace::Forwarders::log10f(float x) { return ::log10f(x); }
-float mathstrace::Forwarders::sqrtf(float x) { return ::sqrtf(x); }

@@ -1,10 +1,11 @@
-// Where a pipeline configuration spends its time above its floor, stage by
-// stage. The stages run one after the other as the pipeline runs them; each
-// starts from a copy of its input (restored untimed) and is timed in turn
-// with its own maths calls replayed through the binary's forwarding
-// functions, so <stage>_us - <stage>_floor_us (counters, CPU microseconds a
-// call) is what that stage adds above its calls. Before timing, the stages
-// chained are checked to give the pipeline's own output bit for bit.
+// Where a pipeline configuration spends its time, stage by stage. The
+// stages run one after the other as the pipeline runs them; each starts from
+// a copy of its input (restored in a piece of its own) and is timed in turn
+// with its maths replayed through the C library (<stage>_floor_us) and
+// through the library's own plane forms (<stage>_maths_us, less
+// <stage>_copies_us, the copies that replay makes); counters give CPU
+// microseconds a call. Before timing, the stages chained are checked to give
+// the pipeline's own output bit for bit.
 //
 // Names: BM_PipelineStages/<config> for every configuration of
 // pipelineConfigs().
@@ -125,13 +126,19 @@ void runStages(benchmark::State& state, const PipelineConfig& c) {
         state.SkipWithError("the stages chained differ from the pipeline");
         return;
     }
-    std::vector<float> sink;
+    std::vector<float> sink, scratch;
     std::vector<TimedPiece> pieces;
     for (size_t i = 0; i < stages.size(); ++i) {
         pieces.push_back({"restore_" + stages[i].name, [&, i] { work.copyFrom(inputs[i]); }});
         pieces.push_back({stages[i].name, [&, i] { stages[i].run(params, work.planes); }});
         pieces.push_back({stages[i].name + "_floor", [&, i] {
-                              mathstrace::replayThroughForwarders(traces[i], sink);
+                              mathstrace::replayThroughCLibrary(traces[i], sink);
+                          }});
+        pieces.push_back({stages[i].name + "_maths", [&, i] {
+                              mathstrace::replayThroughOwnMaths(traces[i], scratch);
+                          }});
+        pieces.push_back({stages[i].name + "_copies", [&, i] {
+                              mathstrace::replayCopiesOnly(traces[i], scratch);
                           }});
     }
     timeInTurn(state, pieces);

@@ -4,9 +4,10 @@
 // takes through operator new: the entry's PCC block and sample planes, plus
 // any scratch of the stages; hardware rows also count the copies the
 // colour-manager simulator keeps), with logging silenced so that no line is
-// formatted (silent_us), and as its floor: the maths-library calls one entry
-// call makes, on the same arguments, and nothing else (floor_us, and
-// forwarded_us through the binary's forwarding functions). Hardware rows also
+// formatted (silent_us), and as its floor: the maths one entry call makes, on
+// the same arguments, through the C library's functions one call a sample and
+// nothing else (floor_us; own_maths_us less own_maths_copies_us is the same
+// maths through the library's plane forms). Hardware rows also
 // time the host colour-manager simulator's share of a call (simulator_us),
 // which the report takes off: on a device the colour manager is the vendor's.
 // Each row runs on the built-in defaults and again on a version 2.0 tuning
@@ -141,7 +142,7 @@ void BM_PlaybackEntry(benchmark::State& state, Tuning tuning, uint32_t blendSpac
     krel::sim::Reset();
     gHeapBytes = 0;
     gHeapBlocks = 0;
-    std::vector<float> sink;
+    std::vector<float> sink, scratch;
     std::vector<TimedPiece> pieces = {
         {"logged",
          [&call] {
@@ -156,7 +157,7 @@ void BM_PlaybackEntry(benchmark::State& state, Tuning tuning, uint32_t blendSpac
              __android_log_set_minimum_priority(ANDROID_LOG_DEFAULT);
          }},
     };
-    for (TimedPiece& piece : floorPieces(trace, sink)) pieces.push_back(std::move(piece));
+    for (TimedPiece& piece : floorPieces(trace, sink, scratch)) pieces.push_back(std::move(piece));
     if (hw != 0) pieces.push_back({"simulator", [&simulator] { simulator.run(); }});
     // The simulator keeps a copy of every push; they are dropped after every
     // iteration, in a piece of their own, so that each push meets an empty
@@ -168,7 +169,7 @@ void BM_PlaybackEntry(benchmark::State& state, Tuning tuning, uint32_t blendSpac
         benchmark::Counter(static_cast<double>(gHeapBytes), benchmark::Counter::kAvgIterations);
     state.counters["heap_blocks_per_call"] =
         benchmark::Counter(static_cast<double>(gHeapBlocks), benchmark::Counter::kAvgIterations);
-    state.counters["maths_calls"] = static_cast<double>(trace.calls());
+    state.counters["maths_calls"] = static_cast<double>(trace.samples());
     __android_log_set_logger(__android_log_stderr_logger);
 }
 

@@ -21,6 +21,8 @@ packages=(
   clang-14 libclang-rt-14-dev valgrind
   libcli11-dev nlohmann-json3-dev python3-pyopencolorio
   libcairo2-dev fonts-dejavu-core libpng-dev
+  libmpfr-dev libgmp-dev python3-mpmath
+  pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib
 )
 if [ "$arm64" = 1 ]; then
   packages+=(
@@ -28,6 +30,7 @@ if [ "$arm64" = 1 ]; then
     libtinyxml2-dev:arm64 android-liblog-dev:arm64
     libgtest-dev:arm64 libgmock-dev:arm64
     libcairo2-dev:arm64 libpng-dev:arm64
+    libmpfr-dev:arm64 libgmp-dev:arm64
   )
 fi
 

@@ -14,9 +14,14 @@
 #include <string>
 #include <vector>
 
+#include "cr_maths.h"
 #include "color_conversion.h"
 #include "hdr_tm_xml.h"
 #include "tm_stages.h"
+
+using hdrtm::crLog10f;
+using hdrtm::crLogf;
+using hdrtm::crPowf;
 
 namespace {
 
@@ -94,15 +99,15 @@ void expectPlanes(const EdgePlanes& in, const EdgePlanes& out, const EdgePlanes&
 }
 
 // --- Encoders: x / inScale clamped, encoded, times outScale.
-float bt709Ref(float l) { return l <= 0.018f ? l * 4.5f : powf(l, 0.45f) * 1.099f + -0.099f; }
-float srgbRef(float l) { return l <= 0.0031308f ? l * 12.92f : powf(l, 0.41666666f) * 1.055f + -0.055f; }
+float bt709Ref(float l) { return l <= 0.018f ? l * 4.5f : crPowf(l, 0.45f) * 1.099f + -0.099f; }
+float srgbRef(float l) { return l <= 0.0031308f ? l * 12.92f : crPowf(l, 0.41666666f) * 1.055f + -0.055f; }
 float pqRef(float l) {
-    const float p = powf(l, 0.1593017578125f);
-    return powf((p * 18.8515625f + 0.8359375f) / (p * 18.6875f + 1.0f), 78.84375f);
+    const float p = crPowf(l, 0.1593017578125f);
+    return crPowf((p * 18.8515625f + 0.8359375f) / (p * 18.6875f + 1.0f), 78.84375f);
 }
 float hlgRef(float x) {  // no clamp: a negative sample gives NaN
     const float e = x / 1.0f * 12.0f;
-    return e <= 1.0f ? sqrtf(e) * 0.5f : logf(e - 0.28466892f) * 0.17883277f + 0.5599107f;
+    return e <= 1.0f ? sqrtf(e) * 0.5f : crLogf(e - 0.28466892f) * 0.17883277f + 0.5599107f;
 }
 
 TEST(EdgeValues, EncodersClampOnlyBelowZeroAndAboveOne) {
@@ -118,11 +123,11 @@ TEST(EdgeValues, EncodersClampOnlyBelowZeroAndAboveOne) {
         {"sRGB_forward_tf", [](float** p, unsigned n) { sRGB_forward_tf(p, n, 3, 1, 1); },
          [](float x) { return srgbRef(clampRef(x)); }},
         {"gamma2p2_forward_tf", [](float** p, unsigned n) { gamma2p2_forward_tf(p, n, 3, 1, 1); },
-         [](float x) { return powf(clampRef(x), std::bit_cast<float>(0x3EE8BA2Eu)); }},
+         [](float x) { return crPowf(clampRef(x), std::bit_cast<float>(0x3EE8BA2Eu)); }},
         {"gamma2p2_inverse_tf", [](float** p, unsigned n) { gamma2p2_inverse_tf(p, n, 3, 1, 1); },
-         [](float x) { return powf(clampRef(x), 2.2f); }},
+         [](float x) { return crPowf(clampRef(x), 2.2f); }},
         {"gamma_custom_forward_tf", [&](float** p, unsigned n) { gamma_custom_forward_tf(customGamma, p, n, 3, 1, 1); },
-         [&](float x) { return powf(clampRef(x), 1.0f / customGamma); }},
+         [&](float x) { return crPowf(clampRef(x), 1.0f / customGamma); }},
         {"st2084_forward_tf", [](float** p, unsigned n) { st2084_forward_tf(p, n, 1, 1); },
          [](float x) { return pqRef(clampRef(x)); }},
         {"HLG_forward_tf", [](float** p, unsigned n) { HLG_forward_tf(p, n, 3, 1, 1); }, hlgRef},
@@ -141,6 +146,32 @@ TEST(EdgeValues, EncodersClampOnlyBelowZeroAndAboveOne) {
     zero.r[0] = zero.g[0] = zero.b[0] = -0.0f;
     bt709_forward_tf(zero.p, 1, 3, 1, 1);
     EXPECT_TRUE(sameBits(zero.r[0], -0.0f)) << show(zero.r[0]);
+}
+
+// --- Lab: each channel over its white, the cube root above (6/29)^3 (the
+// threshold itself takes the line), then L, a and b.
+float labFRef(float t) { return t > 0.008856453f ? crPowf(t, 0.33333334f) : 7.7870374f * t + 0.13793103f; }
+
+TEST(EdgeValues, LabConversionFollowsItsFormula) {
+    TMParams params{};
+    params.grid_size = 3;
+    EdgePlanes in(kMixedPoints);
+    in.g[1] = 0.008856453f / 100.0f * 100.0f;  // Y on the threshold
+    in.g[2] = std::nextafter(in.g[1], 1.0f);
+    EdgePlanes out = in, expected = in;
+    xyz2lab(&params, in.p, out.p);
+    for (unsigned i = 0; i < kMixedPoints; ++i) {
+        const float fx = labFRef(in.r[i] * 100.0f / 95.05f);
+        const float fy = labFRef(in.g[i] * 100.0f / 100.0f);
+        const float fz = labFRef(in.b[i] * 100.0f / 108.91f);
+        expected.r[i] = 116.0f * fy - 16.0f;
+        expected.g[i] = 500.0f * (fx - fy);
+        expected.b[i] = 200.0f * (fy - fz);
+    }
+    expectPlanes(in, out, expected, "xyz2lab");
+    EdgePlanes inPlace = in;
+    xyz2lab(&params, inPlace.p, inPlace.p);  // the outputs may be the inputs
+    expectPlanes(in, inPlace, expected, "xyz2lab in place");
 }
 
 TEST(EdgeValues, TableDecodersIndexEntryZeroForSignedZeroSubnormalAndNaN) {
@@ -179,11 +210,11 @@ float luminanceRef(float r, float g, float b) { return (r * 0.2627f + g * 0.678f
 
 EdgePlanes ootfRef(const EdgePlanes& in, float peak, bool inverse) {
     EdgePlanes out = in;
-    const float gamma = log10f(peak / 1000.0f) * 0.42f + 1.2f;
+    const float gamma = crLog10f(peak / 1000.0f) * 0.42f + 1.2f;
     float gain = 0.0f;
     for (size_t i = 0; i < in.r.size(); ++i) {
         const float y = luminanceRef(in.r[i], in.g[i], in.b[i]) * (inverse ? 10000.0f : 1.0f);
-        if (y > 0.0f) gain = inverse ? (10000.0f / y) * powf(y / peak, 1.0f / gamma) : (peak / y) * powf(y, gamma);
+        if (y > 0.0f) gain = inverse ? (10000.0f / y) * crPowf(y / peak, 1.0f / gamma) : (peak / y) * crPowf(y, gamma);
         for (int c = 0; c < 3; ++c) {
             const float v = in.p[c][i] * gain;
             out.p[c][i] = clampRef(inverse ? v : v / 10000.0f);
@@ -286,18 +317,18 @@ TMParams edgeParams(uint8_t enableM, int32_t direction) {
 // The curve's set-up: the shoulder from the clipping luminance (enableM 0) or
 // from sharp (any other value, xMax derived here and handed on).
 float curveRef(const TMParams& p, float x, bool inverse) {
-    const float yMin = log10f(maxRef(p.panel_min_luminance / 10000.0f, std::bit_cast<float>(0x3356BF96u)) * 10000.0f);
-    const float yMax = log10f(static_cast<float>(p.panel_max_luminance));
-    const float yToe = log10f(p.intl), yShoulder = log10f(p.inth), slope = p.slope;
-    float intercept = log10f(p.pivot) * (1.0f - slope);
-    if (!(log10f(p.LinearBoost) < intercept)) intercept = log10f(p.LinearBoost);
-    float k = 0.0f, xMax = log10f(p.clipLuma);
+    const float yMin = crLog10f(maxRef(p.panel_min_luminance / 10000.0f, std::bit_cast<float>(0x3356BF96u)) * 10000.0f);
+    const float yMax = crLog10f(static_cast<float>(p.panel_max_luminance));
+    const float yToe = crLog10f(p.intl), yShoulder = crLog10f(p.inth), slope = p.slope;
+    float intercept = crLog10f(p.pivot) * (1.0f - slope);
+    if (!(crLog10f(p.LinearBoost) < intercept)) intercept = crLog10f(p.LinearBoost);
+    float k = 0.0f, xMax = crLog10f(p.clipLuma);
     if (p.enableM != 0) {
         k = p.sharp;
         xMax = (yShoulder - intercept) / slope + (yMax - yShoulder) / (slope / k);
     }
     const auto curve = inverse ? logTMInverse : logTM;
-    return curve(x, yMin, yMax, k, xMax, p.enableM, log10f(p.t0), yToe, yShoulder, intercept, slope);
+    return curve(x, yMin, yMax, k, xMax, p.enableM, crLog10f(p.t0), yToe, yShoulder, intercept, slope);
 }
 
 std::vector<float> yTMRef(const TMParams& p, const std::vector<float>& in) {
@@ -308,10 +339,10 @@ std::vector<float> yTMRef(const TMParams& p, const std::vector<float>& in) {
     std::vector<float> out(in.size());
     for (size_t i = 0; i < in.size(); ++i) {
         float y = inverse ? lMin + (lMax - lMin) * in[i] : in[i];
-        if (!inverse && lo < y && y < hi) y = lo + (hi - lo) * powf((y - lo) / (hi - lo), 1.0f / p.sysGamma);
+        if (!inverse && lo < y && y < hi) y = lo + (hi - lo) * crPowf((y - lo) / (hi - lo), 1.0f / p.sysGamma);
         if (!inverse && y > knee) y = knee + (y - knee) * p.ratio;
-        float l = y > 0.0f ? powf(10.0f, curveRef(p, log10f(y * 10000.0f), inverse)) / 10000.0f : lMin;
-        if (inverse && lo < l && l < hi) l = lo + (hi - lo) * powf((l - lo) / (hi - lo), p.sysGamma);
+        float l = y > 0.0f ? crPowf(10.0f, curveRef(p, crLog10f(y * 10000.0f), inverse)) / 10000.0f : lMin;
+        if (inverse && lo < l && l < hi) l = lo + (hi - lo) * crPowf((l - lo) / (hi - lo), p.sysGamma);
         out[i] = inverse ? l : (l - lMin) / (lMax - lMin);
     }
     return out;

@@ -9,9 +9,13 @@
 #include <tuple>
 #include <vector>
 
+#include "cr_maths.h"
 #include "hdr_tm.h"
 #include "tone_curve.h"
 #include "transfer_functions.h"
+
+using hdrtm::crLog10f;
+using hdrtm::crPowf;
 
 namespace {
 
@@ -20,9 +24,9 @@ constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 // The default tuning's curve as yTM sets it up; mode 1 derives xMax.
 class ParametricCurve : public ::testing::Test {
 protected:
-    float yMin = std::log10(0.02f), yMax = std::log10(500.0f), xMin = std::log10(0.0005f);
-    float yToe = std::log10(125.0f), yShoulder = std::log10(275.0f), slope = 1.15f;
-    float intercept = std::log10(8.0f) * (1.0f - slope);
+    float yMin = crLog10f(0.02f), yMax = crLog10f(500.0f), xMin = crLog10f(0.0005f);
+    float yToe = crLog10f(125.0f), yShoulder = crLog10f(275.0f), slope = 1.15f;
+    float intercept = crLog10f(8.0f) * (1.0f - slope);
     float xToe = (yToe - intercept) / slope, xShoulder = (yShoulder - intercept) / slope;
     float forward(float x, unsigned char mode = 1, float xMax = 0.0f) {
         return logTM(x, yMin, yMax, 2.0f, xMax, mode, xMin, yToe, yShoulder, intercept, slope);
@@ -50,18 +54,18 @@ TEST_F(ParametricCurve, PiecesMeetAtTheJoinsAndTheInverseUndoesForwardInBothMode
 float pieceByPiece(const hdrtm::LogCurve& c, float x) {
     const float e = c.toeExponent, k = c.shoulderExponent, toe = c.xToe - c.xMin, span = c.shoulderSpan;
     if (x < c.xMin) return c.yMin;
-    if (x < c.xToe) return c.yMin + toe * (c.slope / e) * powf((x - c.xMin) / toe, e);
+    if (x < c.xToe) return c.yMin + toe * (c.slope / e) * crPowf((x - c.xMin) / toe, e);
     if (x < c.xShoulder) return c.slope * x + c.intercept;
-    if (x <= c.xMax) return c.yMax - span * (c.slope / k) * powf((c.xMax - x) / span, k);
+    if (x <= c.xMax) return c.yMax - span * (c.slope / k) * crPowf((c.xMax - x) / span, k);
     return c.yMax;
 }
 
 float pieceByPieceInverse(const hdrtm::LogCurve& c, float y) {
     const float e = c.toeExponent, k = c.shoulderExponent, toe = c.xToe - c.xMin, span = c.shoulderSpan;
     if (y < c.yMin) return c.xMin;
-    if (y < c.yToe) return c.xMin + toe * powf((y - c.yMin) / toe * e / c.slope, 1.0f / e);
+    if (y < c.yToe) return c.xMin + toe * crPowf((y - c.yMin) / toe * e / c.slope, 1.0f / e);
     if (y < c.yShoulder) return (y - c.intercept) / c.slope;
-    if (y <= c.yMax) return c.xMax - span * powf((c.yMax - y) / span * k / c.slope, 1.0f / k);
+    if (y <= c.yMax) return c.xMax - span * crPowf((c.yMax - y) / span * k / c.slope, 1.0f / k);
     return c.xMax;
 }
 
@@ -71,9 +75,9 @@ float pieceByPieceInverse(const hdrtm::LogCurve& c, float y) {
 TEST_F(ParametricCurve, RunsOfPointsGetEachPieceFormulaBitForBit) {
     const float inf = std::numeric_limits<float>::infinity();
     const auto sameBits = [](float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-    for (float toeEnd : {yToe, std::log10(0.0001f)}) {
+    for (float toeEnd : {yToe, crLog10f(0.0001f)}) {
         for (unsigned char mode : {0, 1}) {
-            const hdrtm::LogCurve c = hdrtm::makeLogCurve(yMin, yMax, 2.0f, std::log10(400.0f), mode, xMin,
+            const hdrtm::LogCurve c = hdrtm::makeLogCurve(yMin, yMax, 2.0f, crLog10f(400.0f), mode, xMin,
                                                           toeEnd, yShoulder, intercept, slope);
             std::vector<float> x = {kNaN, inf, -inf};
             for (float join : {c.xMin, c.xToe, c.xShoulder, c.xMax, c.yMin, c.yToe, c.yShoulder, c.yMax})
@@ -191,7 +195,7 @@ TEST_F(DefaultTuning, ControlPointsBecomeLogNitsAndAnOversizedRecordStaysInItsAr
         EXPECT_NEAR(params.curve.points_x[i], std::log10(pq * 9999.999 + 0.0005), 2e-6) << i;
         EXPECT_NEAR(params.curve.points_y[i], std::log10(0.02 + panel * (500 - 0.02)), 2e-6) << i;
     }
-    EXPECT_EQ(params.curve.points_x[0], std::log10(0.0005f));
+    EXPECT_EQ(params.curve.points_x[0], crLog10f(0.0005f));
     EXPECT_EQ(params.curve.points_x[17], 0.0f);
 
     set_default_vals(&params);
@@ -223,8 +227,8 @@ TEST_F(DefaultTuning, InverseUndoesForwardWithBrightnessAndThroughTheTable) {
     params.bright_enable = 0;
     CalCurveLUT(&params);
     params.version = 1;
-    const float in = std::pow(10.0f, params.curve.points_x[9]) / 10000.0f;  // code 513 -> 528
-    const float out = (std::pow(10.0f, params.curve.points_y[9]) - 0.02f) / (500.0f - 0.02f);
+    const float in = crPowf(10.0f, params.curve.points_x[9]) / 10000.0f;  // code 513 -> 528
+    const float out = (crPowf(10.0f, params.curve.points_y[9]) - 0.02f) / (500.0f - 0.02f);
     EXPECT_NEAR(map(in), out, 1e-4f);
     EXPECT_NEAR(map(out, MAP_INVERSE) / in, 1.0f, 1e-4f);
 }

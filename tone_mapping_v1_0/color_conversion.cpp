@@ -3,8 +3,10 @@
 // polynomial colour correction.
 #include "color_conversion.h"
 
+#include <algorithm>
 #include <cmath>
 
+#include "cr_maths.h"
 #include "tm_stages.h"
 
 namespace hdrtm {
@@ -158,7 +160,6 @@ constexpr float kLabWhiteY = 100.0f;
 constexpr float kLabWhiteZ = 108.91f;
 constexpr float kLabPercent = 100.0f;  // relative XYZ (Y = 1 white) to percent
 // CIE Lab f(t): cube root above (6/29)^3, linear t/(3*(6/29)^2) + 4/29 below.
-constexpr float kLabCubeRootExponent = 0.33333334f;
 constexpr float kLabLinearThreshold = 0.008856453f;  // (6/29)^3
 constexpr float kLabLinearSlope = 7.7870374f;        // 1/(3*(6/29)^2)
 constexpr float kLabLinearOffset = 0.13793103f;      // 4/29
@@ -167,10 +168,17 @@ constexpr float kLabLightnessOffset = 16.0f;
 constexpr float kLabAScale = 500.0f;
 constexpr float kLabBScale = 200.0f;
 
-// Lab companding; t equal to the threshold takes the linear branch.
-inline float labF(float t) {
-    if (t > kLabLinearThreshold) return powf(t, kLabCubeRootExponent);
-    return kLabLinearSlope * t + kLabLinearOffset;
+// Lab companding of `n` values of t in place: the cube root above the
+// threshold, the line at and below it (NaN too). A vectorised pass takes the
+// line and marks the others, whose powers go over the block in the maths'
+// plane form.
+void labCompand(float* t, uint32_t n) {
+    uint32_t cubeRoot[kCallBlock];
+    for (uint32_t j = 0; j < n; ++j) {
+        cubeRoot[j] = t[j] > kLabLinearThreshold;
+        t[j] = selectValue(cubeRoot[j] != 0, t[j], kLabLinearSlope * t[j] + kLabLinearOffset);
+    }
+    powPlane(t, n, kLabCubeRootExponent, cubeRoot);
 }
 
 // Primaries index of a panel colour space: sRGB and BT.709 share index 0,
@@ -274,14 +282,26 @@ void xyz2lab(TMParams* params, float** xyz, float** lab) {
     float* const outL = lab[0];
     float* const outA = lab[1];
     float* const outB = lab[2];
-    HDRTM_INDEPENDENT_POINTS
-    for (unsigned int i = 0; i < count; ++i) {
-        const float fx = labF(planeX[i] * kLabPercent / kLabWhiteX);
-        const float fy = labF(planeY[i] * kLabPercent / kLabWhiteY);
-        const float fz = labF(planeZ[i] * kLabPercent / kLabWhiteZ);
-        outL[i] = kLabLightnessScale * fy - kLabLightnessOffset;
-        outA[i] = kLabAScale * (fx - fy);
-        outB[i] = kLabBScale * (fy - fz);
+    // Block by block, every input of a block read before its outputs are
+    // written, so `lab` may be `xyz`.
+    float fx[kCallBlock], fy[kCallBlock], fz[kCallBlock];
+    for (unsigned int start = 0; start < count; start += kCallBlock) {
+        const uint32_t n = std::min(count - start, kCallBlock);
+        HDRTM_INDEPENDENT_POINTS
+        for (uint32_t j = 0; j < n; ++j) {
+            fx[j] = planeX[start + j] * kLabPercent / kLabWhiteX;
+            fy[j] = planeY[start + j] * kLabPercent / kLabWhiteY;
+            fz[j] = planeZ[start + j] * kLabPercent / kLabWhiteZ;
+        }
+        labCompand(fx, n);
+        labCompand(fy, n);
+        labCompand(fz, n);
+        HDRTM_INDEPENDENT_POINTS
+        for (uint32_t j = 0; j < n; ++j) {
+            outL[start + j] = kLabLightnessScale * fy[j] - kLabLightnessOffset;
+            outA[start + j] = kLabAScale * (fx[j] - fy[j]);
+            outB[start + j] = kLabBScale * (fy[j] - fz[j]);
+        }
     }
 }
 

@@ -35,6 +35,9 @@ inline float bt2020Luminance(float r, float g, float b) {
     return (r * kBt2020LumaR + g * kBt2020LumaG) + b * kBt2020LumaB;
 }
 
+// CIE Lab f(t) above (6/29)^3: the cube root, as a power.
+constexpr float kLabCubeRootExponent = 0.33333334f;
+
 // D65 white ratios X/Y and Z/Y.
 constexpr float kD65XOverY = 0.9505f;
 constexpr float kD65ZOverY = 1.0891f;

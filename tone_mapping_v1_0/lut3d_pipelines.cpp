@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "color_conversion.h"
+#include "cr_maths.h"
 #include "tm_stages.h"
 #include "transfer_functions.h"
 
@@ -103,10 +104,10 @@ void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGam
                           float outputGammaVal) {
     switch (outputGammaSpace) {
         case GAMMA_2P2:
-            // The clamp vectorised, then the powers in a loop of their own.
+            // The clamp vectorised, then the powers in the maths' plane form.
             forEachSample(planes, count, clampUnitKeepNaN);
             for (int k = 0; k < kPlaneCount; ++k) {
-                callEach(planes[k], count, [](float x) { return powf(x, kGamma2p2EncodeExponent); });
+                powPlane(planes[k], count, kGamma2p2EncodeExponent);
             }
             break;
         case GAMMA_SRGB:
@@ -121,7 +122,7 @@ void encodeOutputTransfer(float** planes, unsigned int count, uint32_t outputGam
             const float exponent = 1.0f / outputGammaVal;
             forEachSample(planes, count, clampUnitKeepNaN);
             for (int k = 0; k < kPlaneCount; ++k) {
-                callEach(planes[k], count, [exponent](float x) { return powf(x, exponent); });
+                powPlane(planes[k], count, exponent);
             }
             break;
         }

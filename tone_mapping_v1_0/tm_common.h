@@ -73,37 +73,9 @@ constexpr int kPlaneCount = 3;
 // Relative linear light 1.0 stands for this many nits (the PQ peak).
 constexpr float kNitsPerUnit = 10000.0f;
 constexpr int kLutPoints = 17 * 17 * 17;  // 4913 samples a plane
-// Samples a stage takes through its maths calls at a time: its scratch is a
-// few 1 KB blocks on its own stack.
+// Samples a stage takes through the maths at a time: its scratch is a few
+// 1 KB blocks on its own stack.
 constexpr unsigned int kCallBlock = 256;
-
-// Put before a loop of maths calls: one call at a time. Clang otherwise
-// builds it four samples at a time, each call on its own anyway, and spends
-// shuffles and stack traffic gathering the results into vectors.
-#if defined(__clang__)
-#define HDRTM_ONE_CALL_AT_A_TIME _Pragma("clang loop vectorize(disable) interleave(disable)")
-#else
-#define HDRTM_ONE_CALL_AT_A_TIME
-#endif
-
-// The maths calls of a block or a plane, in a loop of their own and in point
-// order: values[j] = call(values[j], j) wherever wanted[j] is nonzero
-// (callWhere), or values[j] = call(values[j]) for every j (callEach). Kept
-// out of line, so that the vector constants the plane passes around them hold
-// in registers are saved once a loop, not around every call.
-template <typename Call>
-[[gnu::noinline]] void callWhere(const uint32_t* wanted, float* values, uint32_t n, Call call) {
-    HDRTM_ONE_CALL_AT_A_TIME
-    for (uint32_t j = 0; j < n; ++j) {
-        if (wanted[j] != 0) values[j] = call(values[j], j);
-    }
-}
-
-template <typename Call>
-[[gnu::noinline]] void callEach(float* values, uint32_t n, Call call) {
-    HDRTM_ONE_CALL_AT_A_TIME
-    for (uint32_t j = 0; j < n; ++j) values[j] = call(values[j]);
-}
 
 // Order tests, clamps, minima and maxima of floats, made on bit patterns.
 // A float comparison that picks one of its own operands is what compilers

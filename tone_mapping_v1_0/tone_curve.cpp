@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "cr_maths.h"
 #include "tm_stages.h"
 #include "transfer_functions.h"
 
@@ -20,12 +21,8 @@ constexpr float kControlPointPqScale = floatFromBits(0x461C3FFF);
 constexpr float kControlPointLogOffset = 0.0005f;
 // Largest 10-bit panel code.
 constexpr float kPanelCodeMax = 1023.0f;
-// Panel code to relative linear light: power 2.2.
-constexpr float kPanelDecodeGamma = 2.2f;
 // Floor of the panel black level in relative light: 0.0005 nits.
 constexpr float kMinLuminanceFloor = floatFromBits(0x3356BF96);
-// Base of the curve's logarithms.
-constexpr float kLogBase = 10.0f;
 // Placeholder log luminance of a point that is not positive.
 constexpr float kNotMapped = std::numeric_limits<float>::quiet_NaN();
 
@@ -114,9 +111,7 @@ template <typename Line, typename ToeBase, typename ShoulderBase>
             x[j] = inToe ? floorValue : y;
             needsPower[j] = inToe | inShoulder;
         }
-        const float* const exponents = exponent;
-        callWhere(needsPower, base, n,
-                  [exponents](float b, uint32_t j) { return powf(b, exponents[j]); });
+        powPlanePerSample(base, exponent, n, needsPower);
         // The sum is formed for every point and kept where there is a power.
         HDRTM_INDEPENDENT_POINTS
         for (uint32_t j = 0; j < n; ++j) {
@@ -273,13 +268,15 @@ void CalCurveLUT(TMParams* params) {
         const int32_t code = std::clamp(floatToInt32(xs[i]), 0, kDecodeTableSize - 1);
         xs[i] = static_cast<float>(kPqDecodeTable[code]);
     }
+    const uint32_t points = static_cast<uint32_t>(n);
+    for (int i = 0; i < n; ++i) ys[i] = clampUnitKeepNaN(ys[i] / kPanelCodeMax);
+    powPlane(ys, points, kPanelDecodeGamma);
     for (int i = 0; i < n; ++i) {
-        ys[i] = powf(clampUnitKeepNaN(ys[i] / kPanelCodeMax), kPanelDecodeGamma);
+        xs[i] = xs[i] * kControlPointPqScale + kControlPointLogOffset;
+        ys[i] = minNits + ys[i] * (maxNits - minNits);
     }
-    for (int i = 0; i < n; ++i) {
-        xs[i] = log10f(xs[i] * kControlPointPqScale + kControlPointLogOffset);
-        ys[i] = log10f(minNits + ys[i] * (maxNits - minNits));
-    }
+    log10Plane(xs, points);
+    log10Plane(ys, points);
 }
 
 namespace hdrtm {
@@ -287,9 +284,9 @@ namespace {
 
 // Luminance strictly between lo and hi bent by a power of its position in
 // that range, in place. Block by block: a vectorised pass finds the points in
-// range and their positions, the powers run in a loop of their own, and a
-// vectorised pass puts the results back on the range. Always inlined, so that
-// it is built for every variant of yTM.
+// range and their positions, the powers go over the block in the maths'
+// plane form, and a vectorised pass puts the results back on the range.
+// Always inlined, so that it is built for every variant of yTM.
 [[gnu::always_inline]] inline void applyBrightnessGamma(float* luma, uint32_t count, float lo,
                                                         float hi, float exponent) {
     const float range = hi - lo;
@@ -302,7 +299,7 @@ namespace {
             inRange[j] = lo < y[j] && y[j] < hi;
             position[j] = (y[j] - lo) / range;
         }
-        callWhere(inRange, position, n, [exponent](float p, uint32_t) { return powf(p, exponent); });
+        powPlane(position, n, exponent, inRange);
         HDRTM_INDEPENDENT_POINTS
         for (uint32_t j = 0; j < n; ++j) {
             const float bent = lo + range * position[j];
@@ -333,7 +330,7 @@ namespace {
             positive[j] = y[j] > 0.0f;
             mapped[j] = selectValue(positive[j] != 0, y[j] * kNitsPerUnit, kNotMapped);
         }
-        callWhere(positive, mapped, n, [](float nits, uint32_t) { return log10f(nits); });
+        log10Plane(mapped, n, positive);
         if (table != nullptr) {
             lookUpControlPoints(*table, direction, mapped, n);
         } else if (inverse) {
@@ -341,7 +338,7 @@ namespace {
         } else {
             logCurveForward(curve, mapped, n);
         }
-        callWhere(positive, mapped, n, [](float logNits, uint32_t) { return powf(kLogBase, logNits); });
+        exp10Plane(mapped, n, positive);
         for (uint32_t j = 0; j < n; ++j) {
             const float l = selectValue(positive[j] != 0, mapped[j] / kNitsPerUnit, black);
             y[j] = inverse ? l : (l - black) / (peak - black);
@@ -370,18 +367,18 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     toneMapperLUT* table = &params->curve;
 
     const float lMin = maxOf(params->panel_min_luminance / kNitsPerUnit, kMinLuminanceFloor);
-    const float yMin = log10f(lMin * kNitsPerUnit);
+    const float yMin = crLog10f(lMin * kNitsPerUnit);
     const float lMax = panelMaxNits / kNitsPerUnit;
-    const float yMax = log10f(panelMaxNits);
+    const float yMax = crLog10f(panelMaxNits);
 
-    const float xMin = log10f(params->t0);
-    const float yToe = log10f(params->intl);
-    const float yShoulder = log10f(params->inth);
+    const float xMin = crLog10f(params->t0);
+    const float yToe = crLog10f(params->intl);
+    const float yShoulder = crLog10f(params->inth);
     const float slope = params->slope;
     // The straight segment maps the pivot to itself unless LinearBoost, as a
     // gain floor, is larger.
-    const float pivotIntercept = log10f(params->pivot) * (1.0f - slope);
-    const float intercept = maxOf(log10f(params->LinearBoost), pivotIntercept);
+    const float pivotIntercept = crLog10f(params->pivot) * (1.0f - slope);
+    const float intercept = maxOf(crLog10f(params->LinearBoost), pivotIntercept);
     // Shoulder: enableM 0 fixes xMax at the clipping luminance and the curve
     // derives k. Any other value sets k = sharp and derives xMax here, as the
     // curve's given-exponent mode does; the curve is handed both with enableM
@@ -393,7 +390,7 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     float k = 0.0f;
     float xMax = 0.0f;
     if (mode == 0) {
-        xMax = log10f(params->clipLuma);
+        xMax = crLog10f(params->clipLuma);
     } else {
         k = params->sharp;
         const float xShoulder = (yShoulder - intercept) / slope;
@@ -405,9 +402,8 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     const float lo = params->tlower / kNitsPerUnit;
     const float hi = params->tupper / kNitsPerUnit;
     const uint32_t count = gridSize * gridSize * gridSize;
-    // Run as passes so that the maths calls of neighbouring points do not
-    // wait on each other; each point goes through the same steps, with the
-    // same calls, as in one loop.
+    // Run as passes, so that the maths go over whole blocks in their plane
+    // form; each point goes through the same steps as in one loop.
     if (!inverse) {
         for (uint32_t i = 0; i < count; ++i) lumaOut[i] = lumaIn[i];
         if (brightEnable) applyBrightnessGamma(lumaOut, count, lo, hi, 1.0f / sysGamma);

@@ -13,6 +13,9 @@ namespace hdrtm {
 // any other mode takes xMax as given and derives k.
 constexpr unsigned char kCurveModeGivenExponent = 1;
 
+// Panel code to relative linear light of the control points: power 2.2.
+constexpr float kPanelDecodeGamma = 2.2f;
+
 // `version` value that selects the control-point table over the parametric curve.
 constexpr uint32_t kToneCurveTableVersion = 1;
 

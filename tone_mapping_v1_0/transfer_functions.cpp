@@ -9,15 +9,12 @@
 #include <vector>
 
 #include "color_conversion.h"
+#include "cr_maths.h"
 #include "tm_stages.h"
 
 namespace hdrtm {
 namespace {
 
-// ST 2084 m1 = 2610/16384
-constexpr float kPqM1 = 0.1593017578125f;
-// ST 2084 m2 = 2523/4096 x 128
-constexpr float kPqM2 = 78.84375f;
 // ST 2084 c1 = 3424/4096
 constexpr float kPqC1 = 0.8359375f;
 // ST 2084 c2 = 2413/4096 x 32
@@ -39,20 +36,15 @@ constexpr float kHlgRootScale = 0.5f;
 constexpr float kBt709LinearLimit = 0.018f;
 constexpr float kBt709LinearSlope = 4.5f;
 // BT.709 OETF power segment: 1.099 L^0.45 - 0.099.
-constexpr float kBt709Exponent = 0.45f;
 constexpr float kBt709Gain = 1.099f;
 constexpr float kBt709Offset = -0.099f;
 
 // IEC 61966-2-1 sRGB: linear segment up to and including 0.0031308, slope 12.92.
 constexpr float kSrgbLinearLimit = 0.0031308f;
 constexpr float kSrgbLinearSlope = 12.92f;
-// sRGB power segment: 1.055 L^(1/2.4) - 0.055, exponent the float nearest 1/2.4.
-constexpr float kSrgbExponent = 0.41666666f;
+// sRGB power segment: 1.055 L^(1/2.4) - 0.055.
 constexpr float kSrgbGain = 1.055f;
 constexpr float kSrgbOffset = -0.055f;
-
-// Power 2.2 decoding exponent.
-constexpr float kGamma2p2DecodeExponent = 2.2f;
 
 // BT.2100 HLG system gamma 1.2 + 0.42 log10(peak / 1000).
 constexpr float kOotfGammaAtReference = 1.2f;
@@ -112,7 +104,7 @@ void encodePlanes(float** planes, unsigned int count, unsigned int planeCount,
 
 // A pure power of every sample, in place.
 void powerSamples(float* samples, unsigned int count, float exponent) {
-    callEach(samples, count, [exponent](float x) { return powf(x, exponent); });
+    powPlane(samples, count, exponent);
 }
 
 // An encoding with a linear segment up to and including `linearLimit` and a
@@ -127,10 +119,9 @@ constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope,
                                            kBt709Gain, kBt709Offset};
 
 // Block by block: a vectorised pass decides each sample's segment and works
-// out the linear ones, the powers run in a loop of their own, in sample
-// order, and a vectorised pass applies the power segment's gain and offset,
-// so that nothing waits on a power inside the call loop. Always inlined, so
-// that it is built for every variant of its callers.
+// out the linear ones, the powers go over the block in the maths' plane
+// form, and a vectorised pass applies the power segment's gain and offset.
+// Always inlined, so that it is built for every variant of its callers.
 [[gnu::always_inline]] inline void encodeSegmentedSamples(float* samples, unsigned int count,
                                                           SegmentedPower curve) {
     uint32_t onPower[kCallBlock];
@@ -143,8 +134,7 @@ constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope,
             onPower[j] = !linear;
             s[j] = linear ? x * curve.linearSlope : x;
         }
-        const float exponent = curve.exponent;
-        callWhere(onPower, s, n, [exponent](float x, uint32_t) { return powf(x, exponent); });
+        powPlane(s, n, curve.exponent, onPower);
         for (unsigned int j = 0; j < n; ++j) {
             s[j] = selectValue(onPower[j] != 0, s[j] * curve.gain + curve.offset, s[j]);
         }
@@ -153,7 +143,7 @@ constexpr SegmentedPower kBt709Encoding = {kBt709LinearLimit, kBt709LinearSlope,
 
 // Replaces each luminance y of `count` samples by its gain numerator / y *
 // base(y)^exponent, block by block: the bases and the gains in vectorised
-// passes, the powers in a loop of their own. A sample whose luminance is not
+// passes, the powers in the maths' plane form. A sample whose luminance is not
 // positive (or NaN) keeps the previous sample's gain, on purpose; the first
 // such sample gets 0.
 template <typename Base>
@@ -171,7 +161,7 @@ void luminanceToCarriedGain(float* luminance, unsigned int count, float numerato
             positiveCount += positive[j];
             powers[j] = base(y[j]);
         }
-        callWhere(positive, powers, n, [exponent](float b, uint32_t) { return powf(b, exponent); });
+        powPlane(powers, n, exponent, positive);
         if (positiveCount == n) {
             // Nothing to carry in this block (the usual case: only black is
             // not positive), so the gains go straight in, vectorised.
@@ -190,7 +180,7 @@ void luminanceToCarriedGain(float* luminance, unsigned int count, float numerato
 }
 
 float ootfSystemGamma(float peak) {
-    return log10f(peak / kOotfReferencePeakNits) * kOotfGammaSlope + kOotfGammaAtReference;
+    return crLog10f(peak / kOotfReferencePeakNits) * kOotfGammaSlope + kOotfGammaAtReference;
 }
 
 }  // namespace
@@ -207,8 +197,8 @@ void bt709EncodeSamples(float* samples, unsigned int count) {
 
 // Square root up to and including the knee, logarithm above it (NaN too).
 // Block by block: a vectorised pass takes every root and leaves a sample above
-// the knee holding its log's argument, the logs run in a loop of their own,
-// in sample order, and a vectorised pass scales and offsets them.
+// the knee holding its log's argument, the logs go over the block in the
+// maths' plane form, and a vectorised pass scales and offsets them.
 HDRTM_VECTOR_CLONES
 void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
     uint32_t aboveKnee[kCallBlock];
@@ -221,7 +211,7 @@ void hlgEncodeScaledSamples(float* samples, unsigned int count, float scale) {
             aboveKnee[j] = !root;
             s[j] = root ? sqrtf(x) * kHlgRootScale : x + kHlgMinusB;
         }
-        callWhere(aboveKnee, s, n, [](float x, uint32_t) { return logf(x); });
+        logPlane(s, n, aboveKnee);
         for (unsigned int j = 0; j < n; ++j) {
             s[j] = selectValue(aboveKnee[j] != 0, s[j] * kHlgA + kHlgC, s[j]);
         }
@@ -246,19 +236,19 @@ void st2084_forward_tf(float** planes, unsigned int count, unsigned short inScal
     // or NaN for a zero sample.
     const float in = static_cast<float>(inScale);
     const float out = static_cast<float>(outScale);
-    // Plane by plane in passes: the arithmetic vectorised, each power in a
-    // loop of its own so that no power waits on another.
+    // Plane by plane in passes: the arithmetic vectorised, the powers in the
+    // maths' plane form.
     for (int c = 0; c < kPlaneCount; ++c) {
         float* p = planes[c];
         for (unsigned int i = 0; i < count; ++i) p[i] = clampUnitKeepNaN(p[i] / in);
-        callEach(p, count, [](float x) { return powf(x, kPqM1); });
+        powPlane(p, count, kPqM1);
         for (unsigned int i = 0; i < count; ++i) {
             const float power = p[i];
             const float numerator = power * kPqC2 + kPqC1;
             const float denominator = power * kPqC3 + 1.0f;
             p[i] = numerator / denominator;
         }
-        callEach(p, count, [](float x) { return powf(x, kPqM2); });
+        powPlane(p, count, kPqM2);
         for (unsigned int i = 0; i < count; ++i) p[i] = p[i] * out;
     }
 }

@@ -21,6 +21,17 @@ extern const double kSrgbDecodeTable[kDecodeTableSize];
 // BT.709 inverse OETF, six decimals.
 extern const double kBt709DecodeTable[kDecodeTableSize];
 
+// Exponents of the transfer functions' powers.
+// ST 2084 m1 = 2610/16384
+constexpr float kPqM1 = 0.1593017578125f;
+// ST 2084 m2 = 2523/4096 x 128
+constexpr float kPqM2 = 78.84375f;
+// BT.709 OETF: 1.099 L^0.45 - 0.099.
+constexpr float kBt709Exponent = 0.45f;
+// sRGB: 1.055 L^(1/2.4) - 0.055, the exponent the float nearest 1/2.4.
+constexpr float kSrgbExponent = 0.41666666f;
+// Power 2.2 decoding exponent.
+constexpr float kGamma2p2DecodeExponent = 2.2f;
 // Power 1/2.2 encoding exponent: the float quotient 1.0f/2.2f, one unit in the
 // last place below the float nearest to 1/2.2. Kept as it is.
 constexpr float kGamma2p2EncodeExponent = floatFromBits(0x3EE8BA2E);

@@ -22,7 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kForeignLutBits = 16;  // output depth of a .cube hdrtm did not write
 constexpr int kProgressWidth = 40;   // characters of the progress bar
 constexpr const char* kCompareClip = "clip";
 constexpr const char* kDefaults = "defaults";

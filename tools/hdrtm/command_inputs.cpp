@@ -1,32 +1,17 @@
 #include "command_inputs.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
 
 #include "commands.h"
-#include "files/file_kind.h"
 #include "files/output_files.h"
 #include "messages.h"
 #include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace fs = std::filesystem;
-
-void requireReadable(const std::string& path, const char* what) {
-    std::error_code ec;
-    if (!fs::exists(path, ec)) throw CommandError(std::string(what) + " " + path + " does not exist");
-    const std::string kind = notARegularFile(path);
-    if (!kind.empty()) throw CommandError(std::string(what) + " " + path + " " + kind + ", not a file");
-    if (access(path.c_str(), R_OK) != 0) {
-        throw CommandError(std::string(what) + " " + path + " is not readable: " + std::strerror(errno));
-    }
-}
 
 void requireWritable(const std::string& path, const std::vector<std::string>& extensions, const std::string& what) {
     const std::string problem = outputFileProblem(path, extensions);
@@ -48,8 +33,8 @@ volatile std::sig_atomic_t gInterruption = 0;
 
 extern "C" void recordInterruption(int signal) { gInterruption = signal; }
 
-std::vector<std::pair<std::string, CheckResult>>& vetted() {
-    static std::vector<std::pair<std::string, CheckResult>> results;
+std::vector<CheckedTuning>& vetted() {
+    static std::vector<CheckedTuning> results;
     return results;
 }
 
@@ -58,7 +43,7 @@ std::vector<std::pair<std::string, CheckResult>>& vetted() {
 CheckResult vetTuning(const std::string& path, bool force) {
     requireReadable(path, "tuning file");
     CheckResult check = checkTuningFile(path);
-    vetted().emplace_back(path, check);
+    vetted().push_back({path, check});
     for (const Diagnostic& d : check.diagnostics) {
         if (d.severity != Severity::kNote) std::cerr << formatDiagnostic(path, d) << "\n";
     }
@@ -84,39 +69,9 @@ void stopIfInterrupted() {
     }
 }
 
-nlohmann::json vettedDiagnosticsJson() {
-    nlohmann::json list = nlohmann::json::array();
-    for (const auto& [path, result] : vetted()) {
-        for (nlohmann::json d : nlohmann::json::parse(diagnosticsJson(path, result))) {
-            d["file"] = pathJson(path);
-            list.push_back(d);
-        }
-    }
-    return list;
-}
+const std::vector<CheckedTuning>& vettedTunings() { return vetted(); }
 
-nlohmann::json levelsJson(const std::vector<ReferenceLevel>& levels) {
-    nlohmann::json out = nlohmann::json::array();
-    for (const ReferenceLevel& l : levels) {
-        out.push_back({{"level", l.name},
-                       {"input_nits", l.inputNits},
-                       {"input_code", l.inputCode},
-                       {"output_nits", l.outputNits},
-                       {"output_codes", l.outputCodes}});
-    }
-    return out;
-}
-
-std::string absolutePath(const std::string& path) {
-    if (path.empty()) return path;
-    std::error_code ec;
-    const fs::path absolute = fs::absolute(path, ec);
-    return ec ? path : absolute.lexically_normal().string();
-}
-
-nlohmann::json pathJson(const std::string& path) {
-    return path.empty() ? nlohmann::json() : nlohmann::json(absolutePath(path));
-}
+nlohmann::json vettedDiagnosticsJson() { return tuningDiagnosticsJson(vetted()); }
 
 std::string remedyText(Remedy remedy) {
     switch (remedy) {

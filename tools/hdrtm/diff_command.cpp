@@ -5,10 +5,8 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
-#include "colour/lut_difference.h"
-#include "colour/reference_levels.h"
+#include "colour/run_difference.h"
 #include "command_inputs.h"
 #include "commands.h"
 #include "drawing/difference_plot.h"
@@ -29,13 +27,11 @@ constexpr const char* kDefaultsName = "defaults";  // a side that is the built-i
 constexpr const char* kCurvesFile = "tone_curves.svg";
 constexpr const char* kLutFilesPicture = "delta_e.png";
 constexpr size_t kWorstPrinted = 3;  // nodes named per differing LUT
-constexpr size_t kWorstInJson = 10;
 constexpr Rgb8 kSideBColours[] = {{200, 40, 120}, {120, 160, 20}};
 
 struct Side {
     std::string label;  // as the user named it
     TMParams params;
-    bool versionTwo = false;
     std::string path;   // the tuning file; empty: the built-in defaults
     bool lutFile = false;  // a .cube or .clf file rather than a tuning
     std::vector<RunResult> results;  // per configuration
@@ -56,48 +52,16 @@ Side loadSide(const std::string& name, bool force) {
         side.results.push_back(r);
     } else if (name != kDefaultsName) {
         side.path = name;
-        side.params = loadTuning(name, force, &side.versionTwo);
+        bool versionTwo = false;  // the record's version says it too, which runOnTuning reads
+        side.params = loadTuning(name, force, &versionTwo);
     }
     return side;
 }
 
 void runSide(Side& side, const std::vector<Configuration>& configs) {
     if (side.lutFile) return;
-    std::string error;
-    if (!setTuningProperty(side.path, &error)) throw CommandError(error);
-    for (const Configuration& config : configs) {
-        stopIfInterrupted();
-        RunResult r = runConfiguration(config, 0, side.versionTwo);
-        for (ProducedLut& p : r.luts) {
-            if (side.params.output_gamma_space == GAMMA_CUSTOM) p.lut.panel.gammaValue = side.params.output_gamma_val;
-        }
-        side.results.push_back(std::move(r));
-    }
+    side.results = runOnTuning(side.path, side.params, configs, stopIfInterrupted);
     upperRangeFromLog(&side.params);
-    setTuningProperty("", &error);
-}
-
-struct Compared {
-    int config = 0;
-    std::string label;  // the LUT's, "layer 0" or "hardware"
-    Signal input = Signal::kPq;
-    LutDifference difference;
-    std::vector<ReferenceLevel> levelsA;
-    std::vector<ReferenceLevel> levelsB;
-    std::string picture;
-};
-
-// What the comparison found beyond the compared LUTs.
-struct Findings {
-    std::vector<Compared> compared;
-    std::vector<std::string> unmatched;     // a LUT only one side gives, or a pair that cannot be compared
-    bool identical = true;
-    double largestDeltaE = 0.0;
-};
-
-// --max-de's verdict: every LUT compared, and none beyond the tolerance.
-bool withinMaxDeltaE(const Findings& f, const DiffOptions& options) {
-    return f.unmatched.empty() && f.largestDeltaE <= options.maxDeltaE;
 }
 
 std::string fixed(double v, int decimals) {
@@ -112,7 +76,7 @@ std::string twoDigits(int n) {
     return text;
 }
 
-std::string worstText(const Compared& c, size_t count) {
+std::string worstText(const ComparedLut& c, size_t count) {
     std::string text;
     for (const NodeDifference& n : worstNodes(c.difference, count)) {
         text += (text.empty() ? "" : "; ") + describeInput(n, c.input) + ": " + fixed(n.deltaE, 2);
@@ -120,11 +84,11 @@ std::string worstText(const Compared& c, size_t count) {
     return text;
 }
 
-void printReport(const Side& a, const Side& b, const std::vector<std::string>& titles, const Findings& f) {
+void printReport(const Side& a, const Side& b, const std::vector<std::string>& titles, const RunsDifference& f) {
     std::cout << "A: " << a.label << "\nB: " << b.label << "\n\n";
     std::printf("%3s  %-48s %-9s %-22s %-20s %s\n", "#", "configuration", "LUT", "max code change R G B",
                 "mean change R G B", "ΔE_ITP mean / p95 / max");
-    for (const Compared& c : f.compared) {
+    for (const ComparedLut& c : f.luts) {
         const LutDifference& d = c.difference;
         std::printf("%3d  %-48s %-9s %-22s %-20s %s\n", c.config, titles[c.config - 1].c_str(), c.label.c_str(),
                     (fixed(d.maxCodeChange[0], 0) + " " + fixed(d.maxCodeChange[1], 0) + " " +
@@ -149,53 +113,6 @@ void printReport(const Side& a, const Side& b, const std::vector<std::string>& t
     for (const std::string& u : f.unmatched) std::cout << u << "\n";
 }
 
-nlohmann::json sideJson(const Side& side) {
-    return side.label == kDefaultsName ? nlohmann::json(kDefaultsName) : pathJson(side.label);
-}
-
-nlohmann::json toJson(const Side& a, const Side& b, const std::vector<std::string>& titles, const Findings& f,
-                      const DiffOptions& options, const RunFolder* folder) {
-    nlohmann::json out = {{"a", sideJson(a)},
-                          {"b", sideJson(b)},
-                          {"identical", f.identical},
-                          {"largest_delta_e_itp", f.largestDeltaE},
-                          {"max_de", options.maxDeltaE >= 0.0 ? nlohmann::json(options.maxDeltaE) : nlohmann::json()},
-                          {"within_max_de", options.maxDeltaE >= 0.0 ? nlohmann::json(withinMaxDeltaE(f, options))
-                                                                     : nlohmann::json()},
-                          {"output_dir", folder ? pathJson(folder->dir()) : nlohmann::json()},
-                          {"tuning_diagnostics", vettedDiagnosticsJson()}};
-    out["files"] = nlohmann::json::array();
-    if (folder != nullptr) {
-        for (const std::string& name : folder->names()) out["files"].push_back(pathJson(folder->pathOf(name)));
-        out["files"].push_back(pathJson(folder->pathOf(kManifestName)));
-    }
-    out["luts"] = nlohmann::json::array();
-    for (const Compared& c : f.compared) {
-        const LutDifference& d = c.difference;
-        nlohmann::json worst = nlohmann::json::array();
-        for (const NodeDifference& n : worstNodes(d, d.identical ? 0 : kWorstInJson)) {
-            worst.push_back({{"node", n.node},
-                             {"input_codes", n.input},
-                             {"input_nits", n.inputNits},
-                             {"input", describeInput(n, c.input)},
-                             {"delta_e_itp", n.deltaE}});
-        }
-        out["luts"].push_back(
-            {{"configuration", c.config},
-             {"description", titles[c.config - 1]},
-             {"lut", c.label},
-             {"identical", d.identical},
-             {"max_code_change", d.maxCodeChange},
-             {"mean_code_change", d.meanCodeChange},
-             {"delta_e_itp", {{"mean", d.meanDeltaE}, {"p95", d.p95DeltaE}, {"max", d.maxDeltaE}}},
-             {"worst_nodes", worst},
-             {"levels", {{"a", levelsJson(c.levelsA)}, {"b", levelsJson(c.levelsB)}}},
-             {"picture", c.picture.empty() || folder == nullptr ? nlohmann::json() : pathJson(folder->pathOf(c.picture))}});
-    }
-    out["unmatched"] = f.unmatched;
-    return out;
-}
-
 // Both tone curves in one plot, A's in the usual colours, B's in its own.
 CurvePlotData overlaidCurves(const Side& a, const Side& b) {
     CurvePlotData data = sampleToneCurve(a.params, "Tone curves: A " + a.label + ", B " + b.label);
@@ -210,55 +127,20 @@ CurvePlotData overlaidCurves(const Side& a, const Side& b) {
     return data;
 }
 
-// Compares the LUTs of each configuration, staging a picture per differing
-// LUT into `folder` when there is one.
-Findings compareSides(const Side& a, const Side& b, const std::vector<Configuration>& configs,
-                      const std::vector<std::string>& titles, RunFolder* folder) {
-    Findings f;
-    for (size_t i = 0; i < configs.size(); ++i) {
-        const std::vector<ProducedLut>& lutsA = a.results[i].luts;
-        const std::vector<ProducedLut>& lutsB = b.results[i].luts;
-        const std::string where = "configuration " + std::to_string(i + 1) + ": ";
-        for (const ProducedLut& p : lutsA) {
-            const auto match = std::find_if(lutsB.begin(), lutsB.end(),
-                                            [&p](const ProducedLut& q) { return q.label == p.label; });
-            if (match == lutsB.end()) {
-                f.unmatched.push_back(where + "only A gives a " + p.label + " LUT");
-                f.identical = false;
-                continue;
-            }
-            const std::string why = whyNotComparable(p.lut, match->lut);
-            if (!why.empty()) {
-                f.unmatched.push_back(where + "the " + p.label + " LUTs are not compared: " + why);
-                f.identical = false;
-                continue;
-            }
-            const double peak = a.lutFile ? 0.0 : configs[i].layers[p.layer].contentPeakNits();
-            Compared c{static_cast<int>(i) + 1, p.label, p.lut.input, compareLuts(p.lut, match->lut),
-                       referenceLevels(p.lut, peak), referenceLevels(match->lut, peak), ""};
-            f.identical = f.identical && c.difference.identical;
-            f.largestDeltaE = std::max(f.largestDeltaE, c.difference.maxDeltaE);
-            if (folder != nullptr && !c.difference.identical) {
-                std::string label = p.label;
-                std::replace(label.begin(), label.end(), ' ', '-');
-                c.picture = a.lutFile ? kLutFilesPicture
-                                      : twoDigits(c.config) + "_" + configs[i].slug() + "_" + label + "_delta_e.png";
-                folder->write(c.picture, differencePlotBytes(c.difference,
-                                                             titles[i] + ", " + p.label + ": where B differs from A",
-                                                             c.picture));
-            }
-            f.compared.push_back(std::move(c));
-        }
-        for (const ProducedLut& q : lutsB) {
-            const bool inA = std::any_of(lutsA.begin(), lutsA.end(),
-                                         [&q](const ProducedLut& p) { return p.label == q.label; });
-            if (!inA) {
-                f.unmatched.push_back(where + "only B gives a " + q.label + " LUT");
-                f.identical = false;
-            }
-        }
+// Stages a picture of each differing LUT into `folder`.
+void drawDifferences(RunsDifference& d, bool lutFiles, const std::vector<Configuration>& configs,
+                     const std::vector<std::string>& titles, RunFolder& folder) {
+    for (ComparedLut& c : d.luts) {
+        if (c.difference.identical) continue;
+        stopIfInterrupted();
+        std::string label = c.label;
+        std::replace(label.begin(), label.end(), ' ', '-');
+        c.picture = lutFiles ? kLutFilesPicture
+                             : twoDigits(c.config) + "_" + configs[c.config - 1].slug() + "_" + label + "_delta_e.png";
+        folder.write(c.picture, differencePlotBytes(c.difference,
+                                                    titles[c.config - 1] + ", " + c.label + ": where B differs from A",
+                                                    c.picture));
     }
-    return f;
 }
 
 }  // namespace
@@ -290,7 +172,8 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
     for (const Configuration& c : compared) titles.push_back(a.lutFile ? "the two LUT files" : c.describe());
     runSide(a, compared);
     runSide(b, compared);
-    const Findings f = compareSides(a, b, compared, titles, folder.get());
+    RunsDifference f = compareRuns(a.results, b.results, compared);
+    if (folder != nullptr) drawDifferences(f, a.lutFile, compared, titles, *folder);
     stopIfInterrupted();
     if (folder != nullptr) {
         if (!a.lutFile) folder->write(kCurvesFile, curvePlotBytes(overlaidCurves(a, b), kCurvesFile));
@@ -304,20 +187,27 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
                   (remedy.empty() ? "" : "; " + remedy));
     }
     const bool gated = options.maxDeltaE >= 0.0;
-    const bool passes = gated ? withinMaxDeltaE(f, options) : f.identical;
+    const bool passes = gated ? withinMaxDeltaE(f, options.maxDeltaE) : f.identical;
     if (options.json) {
-        std::cout << toJson(a, b, titles, f, options, folder.get()).dump(2) << "\n";
+        DifferenceContext context{a.lutFile ? pathA : a.path, b.lutFile ? pathB : b.path, titles,
+                                  options.maxDeltaE, "", {}, vettedTunings()};
+        if (folder != nullptr) {
+            context.outputDir = folder->dir();
+            for (const std::string& name : folder->names()) context.files.push_back(folder->pathOf(name));
+            context.files.push_back(folder->pathOf(kManifestName));
+        }
+        std::cout << differenceJson(f, context) << "\n";
     } else {
         printReport(a, b, titles, f);
         size_t differ = 0;
-        for (const Compared& c : f.compared) differ += c.difference.identical ? 0 : 1;
+        for (const ComparedLut& c : f.luts) differ += c.difference.identical ? 0 : 1;
         std::cout << "\n";
         if (f.identical) {
-            std::cout << "Identical: " << f.compared.size() << " LUTs are the same";
-        } else if (f.compared.empty()) {
+            std::cout << "Identical: " << f.luts.size() << " LUTs are the same";
+        } else if (f.luts.empty()) {
             std::cout << "No LUTs compared";
         } else {
-            std::cout << differ << " of " << f.compared.size() << " compared LUTs differ";
+            std::cout << differ << " of " << f.luts.size() << " compared LUTs differ";
         }
         if (!f.unmatched.empty()) std::cout << "; " << f.unmatched.size() << " not compared (above)";
         if (gated && !f.unmatched.empty()) {

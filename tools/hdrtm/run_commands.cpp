@@ -10,9 +10,9 @@
 #include "commands.h"
 #include "drawing/preview.h"
 #include "drawing/tone_curve_plot.h"
-#include "files/clf_file.h"
 #include "files/codes_file.h"
 #include "files/cube_file.h"
+#include "files/lut_file.h"
 #include "files/output_files.h"
 #include "hdr_playback.h"
 #include "messages.h"
@@ -86,26 +86,12 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
         WrittenLut w;
         w.file = base + (clf ? ".clf" : ".cube");
         w.levels = referenceLevels(p.lut, config.layers[p.layer].contentPeakNits());
-        std::vector<std::string> notes = {
-            "configuration: " + config.describe(),
-            "tuning: " + tuningLabel,
-            "decision row: " + summary.result.rows[p.layer],
-            "LUT: " + p.label + ", " + std::to_string(p.lut.bitDepth) + "-bit codes, " + signalName(p.lut.input) +
-                " in, " + signalName(p.lut.output) + " out",
-            "levels: " + levelsText(w.levels),
-        };
-        if (p.hasChecksum) {
-            notes.push_back("checksum: " + std::to_string(p.checksum) +
-                            " (as the library logged it: a running sum over the call's "
-                            "LUTs of the same direction)");
-        }
-        if (p.label == "hardware") notes.push_back("hardware payload: uniform flag " + std::to_string(p.payloadUniform));
-        const std::string title = config.describe() + " - " + p.label;
-        folder.write(w.file, clf ? clfText(p.lut, base, title, notes) : cubeText(p.lut, title, notes));
-        // A CLF file places the points itself; a .cube file needs the list beside it.
-        if (!p.lut.uniformGrid && !clf) {
-            w.grid = base + ".grid.txt";
-            folder.write(w.grid, gridPositionsText(w.file, p.lut, p.hardwareGrid));
+        const std::vector<std::string> notes =
+            lutNotes(config.describe(), tuningLabel, summary.result.rows[p.layer], p, w.levels);
+        const std::string title = lutTitle(config.describe(), p);
+        for (const LutFileText& f : lutFileTexts(w.file, p, title, notes)) {
+            folder.write(f.name, f.text);
+            if (f.name != w.file) w.grid = f.name;
         }
         if (options.previews) {
             w.preview = base + "_preview.png";

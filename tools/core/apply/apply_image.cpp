@@ -106,19 +106,27 @@ bool signalOfTransfer(uint32_t transfer, Signal* out) {
     return true;
 }
 
+std::array<uint32_t, 3> lookUpCodes(const CubeTable& table, const std::array<uint32_t, 3>& inputCodes) {
+    const double maxCode = std::ldexp(1.0, table.bitDepth) - 1.0;
+    std::array<float, 3> position;
+    for (int c = 0; c < 3; ++c) {
+        position[c] = static_cast<float>(inputCodes[c]) / static_cast<float>(kInputCodeMax);
+    }
+    const std::array<float, 3> v = lookUp(table, position);
+    std::array<uint32_t, 3> out;
+    for (int c = 0; c < 3; ++c) out[c] = static_cast<uint32_t>(std::round(std::clamp(double(v[c]), 0.0, 1.0) * maxCode));
+    return out;
+}
+
 void applyRow(const CubeTable& table, const std::vector<uint16_t>& in, uint16_t* out, size_t pixels) {
     const double maxCode = std::ldexp(1.0, table.bitDepth) - 1.0;
     for (size_t p = 0; p < pixels; ++p) {
-        std::array<float, 3> position;
+        std::array<uint32_t, 3> codes;
         for (int c = 0; c < 3; ++c) {
-            const long code = std::lround(in[p * 3 + c] * double(kInputCodeMax) / kSampleMax);
-            position[c] = static_cast<float>(code) / static_cast<float>(kInputCodeMax);
+            codes[c] = static_cast<uint32_t>(std::lround(in[p * 3 + c] * double(kInputCodeMax) / kSampleMax));
         }
-        const std::array<float, 3> v = lookUp(table, position);
-        for (int c = 0; c < 3; ++c) {
-            const double code = std::round(std::clamp(double(v[c]), 0.0, 1.0) * maxCode);
-            out[p * 3 + c] = static_cast<uint16_t>(std::lround(code * kSampleMax / maxCode));
-        }
+        const std::array<uint32_t, 3> v = lookUpCodes(table, codes);
+        for (int c = 0; c < 3; ++c) out[p * 3 + c] = static_cast<uint16_t>(std::lround(v[c] * kSampleMax / maxCode));
     }
 }
 

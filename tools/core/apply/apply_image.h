@@ -24,6 +24,14 @@ bool signalOfTransfer(uint32_t transfer, Signal* out);
 // BT.709 for SDR, as the entry's pipelines convert them.
 uint32_t inputPrimaries(Signal input);
 
+// Output bit depth assumed for a LUT file that does not record its own (a
+// .cube hdrtm did not write).
+constexpr int kForeignLutBits = 16;
+
+// One pixel's 10-bit input codes through `table` as hardware does: its
+// output codes at the LUT's bit depth.
+std::array<uint32_t, 3> lookUpCodes(const CubeTable& table, const std::array<uint32_t, 3>& inputCodes);
+
 // One row of `pixels` 16-bit RGB samples through `table` as hardware does:
 // 10-bit input codes, output codes at the LUT's depth, written as 16-bit
 // samples.

@@ -6,7 +6,6 @@
 #include <stdexcept>
 
 #include "drawing/plot_canvas.h"
-#include "files/output_files.h"
 #include "number_text.h"
 
 namespace hdrtm::tool {
@@ -121,10 +120,6 @@ std::string differencePlotBytes(const LutDifference& d, const std::string& title
     c.line(scaleX - 4.0f, scaleY(kJustNoticeable), scaleX + 22.0f, scaleY(kJustNoticeable), kJndColour, 2.0f);
     c.text(scaleX, kTop - 8.0f, "ΔE_ITP", kAxisColour, Anchor::kStart);
     return c.encode();
-}
-
-void writeDifferencePlot(const LutDifference& d, const std::string& title, const std::string& path) {
-    writeFileAtomically(path, differencePlotBytes(d, title, path));
 }
 
 }  // namespace hdrtm::tool

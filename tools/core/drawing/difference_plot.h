@@ -11,7 +11,5 @@ namespace hdrtm::tool {
 // The plot as the bytes of an SVG or PNG file, chosen by the extension of
 // `path`. Throws std::runtime_error for another extension.
 std::string differencePlotBytes(const LutDifference& d, const std::string& title, const std::string& path);
-// Writes differencePlotBytes to `path`; throws for a failed write too.
-void writeDifferencePlot(const LutDifference& d, const std::string& title, const std::string& path);
 
 }  // namespace hdrtm::tool

@@ -210,9 +210,11 @@ bool isLutFileName(const std::string& path) {
     return ext == ".cube" || ext == ".clf" || ext == ".CUBE" || ext == ".CLF";
 }
 
-CubeTable readLutFile(const std::string& path) {
+bool isClfFileName(const std::string& path) {
     const std::string ext = std::filesystem::path(path).extension().string();
-    return ext == ".clf" || ext == ".CLF" ? readClf(path) : readCube(path);
+    return ext == ".clf" || ext == ".CLF";
 }
+
+CubeTable readLutFile(const std::string& path) { return isClfFileName(path) ? readClf(path) : readCube(path); }
 
 }  // namespace hdrtm::tool

@@ -28,6 +28,9 @@ CubeTable readClf(const std::string& path);
 // True for the names of LUT files hdrtm reads: .cube and .clf.
 bool isLutFileName(const std::string& path);
 
+// True for a name that ends in .clf (or .CLF).
+bool isClfFileName(const std::string& path);
+
 // A LUT file hdrtm reads: .clf as CLF, anything else as .cube.
 CubeTable readLutFile(const std::string& path);
 

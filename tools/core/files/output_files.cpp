@@ -267,28 +267,4 @@ void RunFolder::commit() {
 
 std::set<std::string> earlierRunNames(const std::string& dir) { return manifestFiles(dir); }
 
-void prepareRunFolder(const std::string& dir, bool force) {
-    std::error_code ec;
-    if (!fs::exists(dir, ec)) {
-        fs::create_directories(dir, ec);
-        if (ec) throw std::runtime_error("cannot create the output folder " + dir + ": " + ec.message());
-        return;
-    }
-    if (!fs::is_directory(dir, ec)) {
-        throw std::runtime_error("the output folder " + dir + " exists and is not a folder");
-    }
-    // The earlier run's files go, so none is mistaken for this run's.
-    for (const std::string& name : earlierRunFiles(dir, force)) fs::remove(fs::path(dir) / name, ec);
-    fs::remove(fs::path(dir) / kManifestName, ec);
-}
-
-void writeManifest(const std::string& dir, const std::vector<std::string>& files) {
-    writeFileAtomically((fs::path(dir) / kManifestName).string(), manifestText(files));
-}
-
-void removeRunFiles(const std::string& dir, const std::vector<std::string>& files) {
-    std::error_code ec;
-    for (const std::string& f : files) fs::remove(fs::path(dir) / f, ec);
-}
-
 }  // namespace hdrtm::tool

@@ -96,14 +96,4 @@ private:
 // there is none.
 std::set<std::string> earlierRunNames(const std::string& dir);
 
-// The older interface, kept for callers that write file by file: prepares
-// `dir` as RunFolder does, but removes the earlier run's files at once.
-void prepareRunFolder(const std::string& dir, bool force);
-
-// Records `files` (names inside `dir`) as the run's own.
-void writeManifest(const std::string& dir, const std::vector<std::string>& files);
-
-// Removes what a failed run wrote (names inside `dir`), ignoring errors.
-void removeRunFiles(const std::string& dir, const std::vector<std::string>& files);
-
 }  // namespace hdrtm::tool

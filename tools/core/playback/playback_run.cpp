@@ -13,8 +13,10 @@
 #include <filesystem>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 
 #include "hdr_playback.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {
@@ -52,6 +54,7 @@ struct ExpectedRow {
     Signal output = Signal::kPanel;
     const char* checksumPrefix = nullptr;  // start of the checksum line this row logs
     Remedy remedy = Remedy::kNone;  // for a row without a LUT: what would give one
+    const char* pipeline = "";      // the stage function that builds its LUT
 };
 
 ExpectedRow noLut(std::string name, Remedy remedy) {
@@ -78,7 +81,7 @@ ExpectedRow expectRow(const LayerConfig& layer, uint32_t blend, bool& blendTaken
         if (blend == kBlendSpacePerLayer) {
             pccEnabled = false;
             return {RowKind::kLayerLut, "layer LUT: lut3d_process",
-                    Signal::kPq, Signal::kPanel, "Line = 1852 Forward Tonemap checksum", Remedy::kNone};
+                    Signal::kPq, Signal::kPanel, "Line = 1852 Forward Tonemap checksum", Remedy::kNone, "lut3d_process"};
         }
         if (blend == kBlendSpacePq && !pccEnabled) {
             return noLut("no LUT: PQ blending without the hardware path", Remedy::kHardwareOrPerLayer);
@@ -86,19 +89,19 @@ ExpectedRow expectRow(const LayerConfig& layer, uint32_t blend, bool& blendTaken
         if (blend == kBlendSpacePq) {
             blendTaken = true;
             return {RowKind::kHardwareLut, "hardware LUT: lut3d_process, 12-bit",
-                    Signal::kPq, Signal::kPanel, "Line: 1785 Forward checksum is", Remedy::kNone};
+                    Signal::kPq, Signal::kPanel, "Line: 1785 Forward checksum is", Remedy::kNone, "lut3d_process"};
         }
         return refused("refused: PQ under HLG blending", Remedy::kPqHardwareOrPerLayer);
     }
     if (t == kTransferHlg) {
         if (blend == kBlendSpacePq) {
             return {RowKind::kLayerLut, "layer LUT: inverse_lut3d_process, HLG to PQ",
-                    Signal::kHlg, Signal::kPq, "Line: 1988 Inverse Checksum", Remedy::kNone};
+                    Signal::kHlg, Signal::kPq, "Line: 1988 Inverse Checksum", Remedy::kNone, "inverse_lut3d_process"};
         }
         if (blend == kBlendSpacePerLayer) {
             pccEnabled = false;
             return {RowKind::kLayerLut, "layer LUT: HLG_lut3d_process",
-                    Signal::kHlg, Signal::kPanel, "Line: 2017 Inverse Checksum", Remedy::kNone};
+                    Signal::kHlg, Signal::kPanel, "Line: 2017 Inverse Checksum", Remedy::kNone, "HLG_lut3d_process"};
         }
         if (blend == kBlendSpaceHlg && blendTaken) {
             return refused("refused: HLG blending after the hardware LUT", Remedy::kHlgFirstOrPerLayer);
@@ -110,18 +113,18 @@ ExpectedRow expectRow(const LayerConfig& layer, uint32_t blend, bool& blendTaken
             blendTaken = true;
             return {RowKind::kHardwareLut,
                     "hardware LUT: HLG_lut3d_process, 12-bit", Signal::kHlg,
-                    Signal::kPanel, "Line: 1922 Forward checksum is", Remedy::kNone};
+                    Signal::kPanel, "Line: 1922 Forward checksum is", Remedy::kNone, "HLG_lut3d_process"};
         }
         return noLut("no LUT: HLG under an unknown blend space", Remedy::kKnownBlendSpace);
     }
     if (t == kTransferBt709 || layer.contentClass == kContentClassSdr) {
         if (blend == kBlendSpacePq) {
             return {RowKind::kLayerLut, "layer LUT: inverse_lut3d_process, SDR to PQ",
-                    Signal::kSdr, Signal::kPq, "Inverse checksum", Remedy::kNone};
+                    Signal::kSdr, Signal::kPq, "Inverse checksum", Remedy::kNone, "inverse_lut3d_process"};
         }
         if (blend == kBlendSpaceHlg) {
             return {RowKind::kLayerLut, "layer LUT: HLG_inverse_lut3d_process, SDR to HLG",
-                    Signal::kSdr, Signal::kHlg, "Inverse checksum", Remedy::kNone};
+                    Signal::kSdr, Signal::kHlg, "Inverse checksum", Remedy::kNone, "HLG_inverse_lut3d_process"};
         }
         return noLut("no LUT: SDR without a blending space to map into", Remedy::kSdrBlendSpace);
     }
@@ -210,6 +213,16 @@ std::string LayerConfig::describe() const {
     }
     if (masterNits != 0) s += " " + nits(masterNits) + " nits";
     if (cllPresent) s += " MaxCLL " + nits(maxCll);
+    return s;
+}
+
+std::string LayerConfig::text() const {
+    std::string s = transfer == kTransferPq    ? "pq"
+                    : transfer == kTransferHlg ? "hlg"
+                                               : std::to_string(transfer);
+    s += ",primaries=" + primariesName(primaries) + ",class=" + std::to_string(contentClass) +
+         ",master=" + nits(masterNits);
+    if (cllPresent) s += ",cll=" + nits(maxCll);
     return s;
 }
 
@@ -453,6 +466,7 @@ RunResult runConfiguration(const Configuration& config, int repeat, bool version
         if (row.kind == RowKind::kNone) continue;
         ProducedLut produced;
         produced.layer = static_cast<int>(i);
+        produced.pipeline = row.pipeline;
         produced.lut.input = row.input;
         produced.lut.output = row.output;
         produced.lut.panel = panel;
@@ -536,6 +550,29 @@ bool setTuningProperty(const std::string& path, std::string* error) {
     // The library loads a tuning once per process; a new path must load anew.
     g_params_ready = 0;
     return true;
+}
+
+std::vector<RunResult> runOnTuning(const std::string& path, const TMParams& params,
+                                   const std::vector<Configuration>& configs, const std::function<void()>& between) {
+    std::string error;
+    if (!setTuningProperty(path, &error)) throw std::runtime_error(error);
+    // Cleared however the run ends, so that no later run reads this tuning.
+    const struct ClearProperty {
+        ~ClearProperty() {
+            std::string ignored;
+            setTuningProperty("", &ignored);
+        }
+    } clear;
+    std::vector<RunResult> results;
+    for (const Configuration& config : configs) {
+        if (between) between();
+        RunResult r = runConfiguration(config, 0, params.version == kTableCurveVersion);
+        for (ProducedLut& p : r.luts) {
+            if (params.output_gamma_space == GAMMA_CUSTOM) p.lut.panel.gammaValue = params.output_gamma_val;
+        }
+        results.push_back(std::move(r));
+    }
+    return results;
 }
 
 const std::vector<std::string>& lastLibraryLog() { return gLog; }

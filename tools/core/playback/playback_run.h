@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,10 @@ struct LayerConfig {
     // The content's peak as its metadata gives it (mastering peak, else
     // MaxCLL); 0 when it gives none.
     double contentPeakNits() const;
+
+    // The layer as parseLayerConfig reads it back, every key spelled out:
+    // "pq,primaries=bt2020,class=0,master=1000,cll=600".
+    std::string text() const;
 };
 
 // Parses "pq", "hlg", "sdr" or a transfer code, then optional ",key=value"
@@ -61,6 +66,7 @@ bool parseBlendSpace(const std::string& text, uint32_t* out);
 struct ProducedLut {
     std::string label;            // "layer 0" or "hardware"
     int layer = 0;                // the layer whose row produced it
+    std::string pipeline;         // the stage function that built it, "lut3d_process"
     Lut3d lut;
     bool hasChecksum = false;
     int32_t checksum = 0;         // as the library logged it (running sum, signed)
@@ -101,6 +107,16 @@ RunResult runConfiguration(const Configuration& config, int repeat, bool version
 // service sets. Empty `path` clears it (built-in defaults). Returns false with
 // `error` set when the path does not fit the property.
 bool setTuningProperty(const std::string& path, std::string* error);
+
+// Runs each configuration once on the tuning file at `path` ("" for the
+// built-in defaults), which the loader reads as `params`, then clears the
+// property again, so that the next tuning loads anew. The exponent of a
+// custom output gamma, which the log does not name, comes from `params`.
+// `between`, when given, is called before each configuration and may throw
+// to stop the run (an interruption).
+std::vector<RunResult> runOnTuning(const std::string& path, const TMParams& params,
+                                   const std::vector<Configuration>& configs,
+                                   const std::function<void()>& between = {});
 
 // Sends the library's log (tag LIBHDR_TM) to the tool instead of stderr.
 void captureLibraryLog();
