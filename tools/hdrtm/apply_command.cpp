@@ -101,13 +101,10 @@ CubeTable loadLut(const std::string& source, const Configuration& config, bool f
         if (table.bitDepth == 0) table.bitDepth = kForeignLutBits;
         return table;
     }
-    bool versionTwo = false;
+    bool versionTwo = false;  // the record's version says it too, which runOnTuning reads
     TMParams params = defaultParams();
     if (source != kDefaults) params = loadTuning(source, force, &versionTwo);
-    std::string error;
-    if (!setTuningProperty(source == kDefaults ? "" : source, &error)) throw CommandError(error);
-    const RunResult r = runConfiguration(config, 0, versionTwo);
-    setTuningProperty("", &error);
+    const RunResult r = runOnTuning(source == kDefaults ? "" : source, params, {config}).front();
     if (r.luts.empty()) {
         const std::string named = source == kDefaults ? "the built-in defaults give" : "the tuning " + source + " gives";
         const std::string remedy = remedyText(r.remedies.front());
@@ -115,9 +112,7 @@ CubeTable loadLut(const std::string& source, const Configuration& config, bool f
                            ": the entry took the row \"" + r.rows.front() + "\"" +
                            (remedy.empty() ? "" : "; " + remedy));
     }
-    Lut3d lut = r.luts.front().lut;
-    if (params.output_gamma_space == GAMMA_CUSTOM) lut.panel.gammaValue = params.output_gamma_val;
-    return toCubeTable(lut);
+    return toCubeTable(r.luts.front().lut);
 }
 
 class Progress {

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "apply/apply_image.h"
 #include "colour/color_difference.h"
-#include "colour/lut_lookup.h"
 #include "colour/signal_light.h"
 #include "files/cube_file.h"
 
@@ -28,14 +28,10 @@ ReferenceLevel levelAt(const Lut3d& lut, const CubeTable& table, std::string nam
     level.name = std::move(name);
     level.inputNits = inputNits;
     level.inputCode = static_cast<uint32_t>(std::lround(std::clamp(signal, 0.0f, 1.0f) * kInputCodeMax));
-    const float position = static_cast<float>(level.inputCode) / static_cast<float>(kInputCodeMax);
-    const std::array<float, 3> out = lookUp(table, {position, position, position});
+    level.outputCodes = lookUpCodes(table, {level.inputCode, level.inputCode, level.inputCode});
     const double maxCode = lut.maxCode();
     std::array<float, 3> coded{};
-    for (int c = 0; c < 3; ++c) {
-        level.outputCodes[c] = static_cast<uint32_t>(std::lround(std::clamp(double(out[c]), 0.0, 1.0) * maxCode));
-        coded[c] = static_cast<float>(level.outputCodes[c] / maxCode);
-    }
+    for (int c = 0; c < 3; ++c) coded[c] = static_cast<float>(level.outputCodes[c] / maxCode);
     level.outputNits = luminance(outputLight({coded}, lut.output, lut.panel)[0]);
     return level;
 }
