@@ -8,6 +8,10 @@ primaries, PQ), into the given folder:
   grid_nodes_pq.png    289x34: every node of the library's two 17-point grids
                        as a pixel (rows 0-16 the uniform grid, 17-33 the
                        non-uniform one), red fastest along a row
+  ramp_narrow_alpha_pq.png  64x4: a PQ grey ramp in the narrow (video) range
+                       with an alpha ramp, cICP full-range flag 0
+  ramp_ycbcr_pq.png    64x4: the grey ramp with a cICP chunk that claims
+                       YCbCr matrix coefficients (9), which a PNG cannot hold
 
 Only the Python standard library: no downloads, no imaging packages."""
 import math
@@ -34,6 +38,10 @@ SATURATED_NITS = 1000.0
 UNIFORM_GRID = (0, 64, 128, 192, 256, 320, 384, 448, 512, 576, 640, 704, 768, 832, 896, 960, 1023)
 NON_UNIFORM_GRID = (0, 62, 123, 185, 254, 308, 386, 451, 482, 513, 544, 575, 606, 637, 668, 923, 1023)
 CICP_BT2020_PQ = bytes((9, 16, 0, 1))  # H.273 primaries, transfer, matrix (RGB), full range
+CICP_BT2020_PQ_NARROW = bytes((9, 16, 0, 0))
+CICP_BT2020_PQ_YCBCR = bytes((9, 16, 9, 1))
+NARROW_BLACK, NARROW_SPAN = 16, 219  # H.273 narrow range, in units of 2^(bits - 8)
+RAMP_WIDTH, RAMP_HEIGHT = 64, 4
 WIDTH, BAND = 768, 72
 SAMPLE_MAX = 65535
 CODE_MAX = 1023
@@ -61,15 +69,17 @@ def pq_pixel(nits_rgb):
     return tuple(sample(pq(n)) for n in nits_rgb)
 
 
-def write_png(path, width, rows):
+def write_png(path, width, rows, cicp=CICP_BT2020_PQ):
+    """Rows of (r, g, b) or (r, g, b, alpha) 16-bit pixels."""
     def chunk(kind, data):
         body = kind + data
         return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body) & 0xFFFFFFFF)
 
-    raw = b"".join(b"\0" + struct.pack(f">{width * 3}H", *[v for px in row for v in px]) for row in rows)
+    channels = len(rows[0][0])
+    raw = b"".join(b"\0" + struct.pack(f">{width * channels}H", *[v for px in row for v in px]) for row in rows)
     png = b"\x89PNG\r\n\x1a\n"
-    png += chunk(b"IHDR", struct.pack(">IIBBBBB", width, len(rows), 16, 2, 0, 0, 0))
-    png += chunk(b"cICP", CICP_BT2020_PQ)
+    png += chunk(b"IHDR", struct.pack(">IIBBBBB", width, len(rows), 16, 6 if channels == 4 else 2, 0, 0, 0))
+    png += chunk(b"cICP", cicp)
     png += chunk(b"IDAT", zlib.compress(raw, 9))
     png += chunk(b"IEND", b"")
     Path(path).write_bytes(png)
@@ -106,6 +116,19 @@ def grid_nodes():
     return rows
 
 
+def narrow(signal):
+    return round((NARROW_SPAN * min(max(signal, 0.0), 1.0) + NARROW_BLACK) * 256)
+
+
+def ramp(narrow_range):
+    row = []
+    for x in range(RAMP_WIDTH):
+        v = x / (RAMP_WIDTH - 1)
+        code = narrow(v) if narrow_range else sample(v)
+        row.append((code, code, code, sample(1.0 - v)) if narrow_range else (code, code, code))
+    return [row] * RAMP_HEIGHT
+
+
 def main():
     if len(sys.argv) != 2:
         sys.exit("usage: make_test_images.py FOLDER")
@@ -113,6 +136,8 @@ def main():
     folder.mkdir(parents=True, exist_ok=True)
     write_png(folder / "test_pattern_pq.png", WIDTH, test_pattern())
     write_png(folder / "grid_nodes_pq.png", len(UNIFORM_GRID) ** 2, grid_nodes())
+    write_png(folder / "ramp_narrow_alpha_pq.png", RAMP_WIDTH, ramp(True), CICP_BT2020_PQ_NARROW)
+    write_png(folder / "ramp_ycbcr_pq.png", RAMP_WIDTH, ramp(False), CICP_BT2020_PQ_YCBCR)
 
 
 if __name__ == "__main__":

@@ -1,8 +1,13 @@
-// Comparing two LUTs: codes exactly, ΔE_ITP where the light differs, and the
-// worst node named by its input.
+// Comparing two LUTs: codes exactly, ΔE_ITP where the light differs, the
+// worst node named by its input, pairs that cannot be compared; and where
+// reference levels land through a LUT.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "colour/lut_difference.h"
+#include "colour/reference_levels.h"
+#include "colour/signal_light.h"
 
 namespace {
 
@@ -66,6 +71,67 @@ TEST(LutDifference, ALutOnAnotherGridIsReadBetweenItsPoints) {
     EXPECT_FALSE(d.sameGrid);
     EXPECT_FALSE(d.identical);
     EXPECT_LT(d.maxCodeChange[0], 1e-3);  // the same straight line, sampled elsewhere
+}
+
+// Nodes of LUTs with other inputs are other colours: no node-by-node comparison.
+TEST(LutDifference, OnlyLutsWithTheSameInputsAndGridCompare) {
+    Lut3d hlg = ramp();
+    hlg.input = Signal::kHlg;
+    Lut3d nonUniform = ramp();
+    nonUniform.grid = kNonUniformGrid;
+    for (const auto& [b, why] : {std::pair{ramp(), ""},
+                                 {hlg, "A takes PQ input and B HLG"},
+                                 {nonUniform, "A is sampled on the uniform grid and B on the non-uniform grid"}}) {
+        const std::string found = whyNotComparable(ramp(), b);
+        EXPECT_EQ(found.rfind(why, 0), 0u) << found;
+        EXPECT_EQ(found.empty(), std::string(why).empty()) << found;
+    }
+}
+
+// A PQ LUT that puts out its input as PQ: each level lands where it started,
+// to within a 10-bit output code.
+Lut3d pqIdentity() {
+    Lut3d lut;
+    lut.output = Signal::kPq;
+    for (int k = 0; k < kLutEntries; ++k) {
+        const int axis[3] = {k % kLutSize, (k / kLutSize) % kLutSize, k / (kLutSize * kLutSize)};
+        for (int c = 0; c < 3; ++c) lut.codes[k][c] = lut.grid[axis[c]];
+    }
+    return lut;
+}
+
+TEST(ReferenceLevels, ContentLevelsStopAtThePeakAndLandAsTheLutSays) {
+    const std::pair<double, std::vector<std::string>> cases[] = {
+        {0.0, {"100 nits", "203 nits", "1000 nits", "peak 10000 nits"}},  // no metadata: PQ's top
+        {4000.0, {"100 nits", "203 nits", "1000 nits", "peak 4000 nits"}},
+        {600.0, {"100 nits", "203 nits", "peak 600 nits"}},
+    };
+    for (const auto& [peak, names] : cases) {
+        const std::vector<ReferenceLevel> levels = referenceLevels(pqIdentity(), peak);
+        ASSERT_EQ(levels.size(), names.size()) << peak;
+        for (size_t i = 0; i < levels.size(); ++i) {
+            EXPECT_EQ(levels[i].name, names[i]);
+            EXPECT_EQ(static_cast<long>(levels[i].inputCode), std::lround(nitsToPq(levels[i].inputNits) * kInputCodeMax));
+            EXPECT_EQ(levels[i].outputCodes[1], levels[i].inputCode);
+            EXPECT_NEAR(levels[i].outputNits / levels[i].inputNits, 1.0, 0.02) << names[i];
+        }
+    }
+    EXPECT_EQ(levelsText(referenceLevels(pqIdentity(), 0.0)).rfind("100 nits → 100 nits (code 520), 203 nits → ", 0),
+              0u);
+}
+
+TEST(ReferenceLevels, AnSdrLutGivesBlackGreyAndWhite) {
+    Lut3d lut = pqIdentity();
+    lut.input = Signal::kSdr;
+    const std::vector<ReferenceLevel> levels = referenceLevels(lut, 0.0);
+    ASSERT_EQ(levels.size(), 3u);
+    EXPECT_EQ(levels[0].name, kSdrBlackLevel);
+    EXPECT_EQ(levels[0].outputCodes[1], 0u);
+    EXPECT_EQ(levels[1].name, kSdrGreyLevel);
+    EXPECT_NEAR(levels[1].inputCode, 0.4613 * kInputCodeMax, 1.0);  // sRGB of 0.18
+    EXPECT_EQ(levels[2].name, kSdrWhiteLevel);
+    EXPECT_EQ(levels[2].outputCodes[1], 1023u);
+    EXPECT_NEAR(levels[2].outputNits, 10000.0, 1.0);  // PQ's top
 }
 
 }  // namespace

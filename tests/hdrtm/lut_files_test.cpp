@@ -11,6 +11,8 @@
 
 #include "colour/lut_lookup.h"
 #include "drawing/preview.h"
+#include "files/clf_file.h"
+#include "files/codes_file.h"
 #include "drawing/tone_curve_plot.h"
 #include "files/cube_file.h"
 #include "files/output_files.h"
@@ -168,6 +170,72 @@ TEST_F(LutFiles, CurvePlotRisesFromBlackToPeakTableFormAddsItsPointsWrittenAsSvg
     EXPECT_EQ(readAll(dir_ / "c.svg").rfind("<svg", 0), 0u);
     EXPECT_EQ(readAll(dir_ / "c.png").substr(1, 3), "PNG");
     EXPECT_THROW(writeCurvePlot(data, (dir_ / "c.txt").string()), std::runtime_error);
+}
+
+// A run that does not commit leaves its folder as it found it: the earlier
+// run's files, no temporaries, and no folder it made.
+TEST_F(LutFiles, ARunThatFailsLeavesTheEarlierRunAndNoFolderItMade) {
+    const fs::path out = dir_ / "out";
+    {
+        RunFolder first(out.string(), false);
+        first.write("a.cube", "first");
+        first.commit();
+    }
+    {
+        RunFolder second(out.string(), false);
+        second.write("b.cube", "second");
+        EXPECT_THROW(second.write("c.cube/x", "no such folder"), std::runtime_error);
+    }
+    EXPECT_EQ(readAll(out / "a.cube"), "first");
+    EXPECT_EQ(std::distance(fs::directory_iterator(out), fs::directory_iterator()), 2);  // a.cube, the manifest
+    {
+        RunFolder third(out.string(), false);
+        third.write("b.cube", "third");
+        third.commit();
+    }
+    EXPECT_FALSE(fs::exists(out / "a.cube"));  // the earlier run's file goes only now
+    EXPECT_EQ(readAll(out / "b.cube"), "third");
+    { RunFolder unused((dir_ / "new" / "deeper").string(), false); }
+    EXPECT_FALSE(fs::exists(dir_ / "new"));
+    std::ofstream(out / "notes.txt") << "mine";
+    EXPECT_THROW(RunFolder((out).string(), false), ForeignFilesError);
+}
+
+// A foreign LUT's outputs must be display codes: full scale or less, never negative.
+TEST_F(LutFiles, ValuesOutsideFullScaleAreRefusedWhereTheyAre) {
+    const std::string cube = (dir_ / "wild.cube").string();
+    std::ofstream(cube) << "LUT_3D_SIZE 2\n0 0 0\n1 0 0\n0 1 0\n1 1 0\n0 0 1\n1 0 1\n0 1 1\n1 1 -5\n";
+    const std::string clf = (dir_ / "wild.clf").string();
+    std::ofstream(clf) << "<ProcessList><LUT3D outBitDepth=\"10i\"><Array dim=\"2 2 2 3\">"
+                       << "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 2046</Array></LUT3D></ProcessList>";
+    for (const auto& [path, text] : {std::pair{cube, "1 output value(s) outside 0..1 (first at line 9: 1 1 -5)"},
+                                     {clf, "1 LUT3D value(s) outside 0..1023 (first: 2046)"}}) {
+        std::string what = "accepted";
+        try {
+            readLutFile(path);
+        } catch (const std::runtime_error& e) {
+            what = e.what();
+        }
+        EXPECT_NE(what.find(text), std::string::npos) << what;
+    }
+}
+
+TEST_F(LutFiles, CodesRecordTheirTuningConfigurationAndChecksum) {
+    ProducedLut p;
+    p.label = "layer 0";
+    p.lut = lut_;
+    p.hasChecksum = true;
+    p.checksum = 42;
+    const CodesRecord record{"/t/tuning.xml", {"PQ; per layer; hw off"}};
+    const std::string csv = codesText("c.csv", {p}, record);
+    EXPECT_EQ(csv.rfind("# hdrtm codes; tuning: /t/tuning.xml\n# layer 0: configuration PQ; per layer; hw off; "
+                        "checksum 42\nlut,node,",
+                        0),
+              0u)
+        << csv.substr(0, 200);
+    const std::string json = codesText("c.json", {p}, {});
+    EXPECT_EQ(json.rfind("{\"luts\":[{\"checksum\":42,\"configuration\":null,", 0), 0u) << json.substr(0, 200);
+    EXPECT_NE(json.find("\"tuning\":null"), std::string::npos);
 }
 
 }  // namespace

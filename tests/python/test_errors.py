@@ -1,5 +1,7 @@
 """Every bad input raises the stated exception with the CLI's words, never a
 crash and never a silent conversion."""
+import os
+
 import numpy as np
 import pytest
 
@@ -9,6 +11,12 @@ from conftest import CHECK_DATA, EXAMPLE_TUNING
 F32 = np.zeros((2, 3), np.float32)
 LUT = hdr_tm.run("pq", blend="layer").luts[0]
 DEFAULTS = hdr_tm.Tuning.defaults()
+
+
+def fifo(tmp_path):
+    path = tmp_path / "tuning.xml"
+    os.mkfifo(path)
+    return path
 
 
 def two_point_cube(tmp_path):
@@ -21,7 +29,8 @@ CASES = [
     # files
     ("missing tuning", lambda p: hdr_tm.Tuning.from_file(p / "none.xml"), FileNotFoundError,
      "tuning file .*none.xml does not exist"),
-    ("tuning is a folder", lambda p: hdr_tm.Tuning.from_file(p), IsADirectoryError, "is a directory"),
+    ("tuning is a folder", lambda p: hdr_tm.Tuning.from_file(p), IsADirectoryError, "is a folder, not a file"),
+    ("tuning is a FIFO", lambda p: hdr_tm.Tuning.from_file(fifo(p)), OSError, "tuning file .*tuning.xml is a FIFO"),
     ("check a missing file", lambda p: hdr_tm.check(p / "none.xml"), FileNotFoundError, "does not exist"),
     ("run a missing tuning", lambda p: hdr_tm.run("pq", tuning=str(p / "none.xml")), FileNotFoundError, "does not exist"),
     ("missing LUT", lambda p: hdr_tm.read_lut(p / "none.cube"), FileNotFoundError, "LUT file .*none.cube does not exist"),
@@ -58,6 +67,8 @@ CASES = [
     ("replaced tuning run", lambda p: hdr_tm.run("pq", tuning=DEFAULTS.replace(t0=0.1)), ValueError,
      "replace\\(\\) \\(t0\\)"),
     ("diff options without layers", lambda p: hdr_tm.diff(None, EXAMPLE_TUNING, hw=True), ValueError, "without layers"),
+    ("negative max_de", lambda p: hdr_tm.diff(None, None, layers="pq", max_de=-1), ValueError, "max_de must be a number of 0 or more"),
+    ("max_de as text", lambda p: hdr_tm.diff(None, None, layers="pq", max_de="1"), TypeError, "max_de must be a number"),
     # the record's fields
     ("unknown field", lambda p: DEFAULTS.replace(t00=1.0), ValueError, "no field t00 \\(did you mean t0\\?\\)"),
     ("too wide", lambda p: DEFAULTS.replace(panel_max_luminance=70000), ValueError,

@@ -21,6 +21,7 @@ def test_run_gives_the_codes_hdrtm_lut_writes(tmp_path, configuration, tuning):
     assert result.rows == [layer["decision_row"] for layer in summary["layers"]]
     assert [lut.label for lut in result.luts] == [lut["label"] for lut in cli_luts]
     assert [lut.checksum for lut in result.luts] == [lut["checksum"] for lut in summary["luts"]]
+    assert [lut.levels for lut in result.luts] == [lut["levels"] for lut in summary["luts"]]
     for lut, cli in zip(result.luts, cli_luts):
         nodes = np.array(cli["nodes"], dtype=np.int64)  # red fastest: node = (b * 17 + g) * 17 + r
         inputs = lut.hardware_grid if cli["inputs_in_push"] else lut.grid_codes
@@ -96,10 +97,14 @@ def test_written_luts_read_back(tmp_path, name):
     assert (tmp_path / "lut.grid.txt").exists() == name.endswith(".cube")  # a non-uniform grid
 
 
-def test_diff_gives_the_figures_of_hdrtm_diff_json(tmp_path):
+@pytest.mark.parametrize("max_de, status", [(None, 1), (1.0, 1), (100.0, 0)])
+def test_diff_gives_the_figures_of_hdrtm_diff_json(tmp_path, max_de, status):
     a, b = str(TOOL_DATA / "parametric.xml"), str(TOOL_DATA / "parametric_t0.xml")
-    cli = hdrtm("diff", a, b, "--layer", "pq,master=1000", "--blend", "layer", "--json", "--no-pictures",
-                cwd=tmp_path, ok=(1,))
-    got = hdr_tm.diff(a, hdr_tm.Tuning.from_file(b), layers=hdr_tm.Layer("pq", master=1000), blend="layer")
+    gate = [] if max_de is None else ["--max-de", max_de]
+    cli = hdrtm("diff", a, b, "--layer", "pq,master=1000", "--blend", "layer", "--json", "--no-pictures", *gate,
+                cwd=tmp_path, ok=(status,))
+    got = hdr_tm.diff(a, hdr_tm.Tuning.from_file(b), layers=hdr_tm.Layer("pq", master=1000), blend="layer",
+                      max_de=max_de)
     assert got == json.loads(cli.stdout)
+    assert got["within_max_de"] == (None if max_de is None else status == 0)
     assert hdr_tm.diff(a, a, layers="hlg", blend="layer")["identical"] is True

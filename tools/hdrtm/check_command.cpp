@@ -1,6 +1,7 @@
 // check: a tuning file's diagnostics as text or JSON.
 #include <iostream>
 
+#include "command_inputs.h"
 #include "commands.h"
 #include "tuning/tuning_check.h"
 
@@ -19,7 +20,7 @@ int exitStatus(const CheckResult& result, bool strict) {
 int runCheck(const std::string& path, const CheckOptions& options) {
     const CheckResult result = checkTuningFile(path);
     if (options.json) {
-        std::cout << diagnosticsJson(path, result) << "\n";
+        std::cout << diagnosticsJson(absolutePath(path), result) << "\n";
         return exitStatus(result, options.strict);
     }
     for (const Diagnostic& d : result.diagnostics) {

@@ -43,6 +43,8 @@ struct DiffOptions {
     bool json = false;
     bool pictures = true;
     bool force = false;     // compare tunings with errors; write beside foreign files
+    bool configurationGiven = false;  // --layer, --blend or --hw chose what to compare
+    double maxDeltaE = -1.0;  // --max-de: exit 0 up to this largest ΔE_ITP; negative: not given
 };
 
 struct ApplyOptions {
@@ -52,6 +54,7 @@ struct ApplyOptions {
     std::string input;     // the image's signal when it has no cICP chunk
     std::string compare;   // "clip", or a second LUT to show beside the first
     Configuration config;  // for a tuning; empty: the image's own signal, per layer
+    bool configurationGiven = false;  // --layer, --blend or --hw chose the configuration
     bool force = false;    // use a tuning file with errors
 };
 
@@ -63,7 +66,7 @@ int runLut(const std::string& tuningPath, const Configuration& config, const Run
 int runCheck(const std::string& path, const CheckOptions& options);
 int runCurve(const std::string& tuningPath, const std::string& outputPath, const std::string& csvPath,
              float contentPeakNits, bool force);
-int runPreview(const std::string& cubePath, const std::string& outputPath,
+int runPreview(const std::string& lutPath, const std::string& outputPath,
                const std::string& input, const std::string& output, float peakNits);
 
 }  // namespace hdrtm::tool

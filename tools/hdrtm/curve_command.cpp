@@ -7,6 +7,7 @@
 #include "drawing/tone_curve_plot.h"
 #include "files/output_files.h"
 #include "hdr_playback.h"
+#include "messages.h"
 #include "number_text.h"
 #include "playback/playback_run.h"
 #include "tuning/tuning_record.h"
@@ -51,6 +52,16 @@ std::string whyPeakIsIgnored(const TMParams& params, bool tuned, float peakNits)
 
 int runCurve(const std::string& tuningPath, const std::string& outputPath, const std::string& csvPath,
              float contentPeakNits, bool force) {
+    requireWritable(outputPath, {".svg", ".png"}, "-o");
+    noteIfInRunFolder(outputPath);
+    if (!csvPath.empty()) {
+        requireWritable(csvPath, {".csv"}, "--csv");
+        noteIfInRunFolder(csvPath);
+        std::error_code ec;
+        if (fs::weakly_canonical(csvPath, ec) == fs::weakly_canonical(outputPath, ec)) {
+            throw CommandError("--csv " + csvPath + " is the plot's own file (-o): give it a name of its own");
+        }
+    }
     TMParams params = defaultParams();
     std::string title = "Tone curve: built-in defaults";
     bool versionTwo = false;
@@ -62,33 +73,36 @@ int runCurve(const std::string& tuningPath, const std::string& outputPath, const
     if (!setTuningProperty(tuningPath, &error)) throw CommandError(error);
     if (contentPeakNits > 0.0f) title += ", content peak " + numberText(contentPeakNits) + " nits";
     const CurvePlotData data = curveForPeak(params, contentPeakNits, versionTwo, title);
+    // The last series is the form the library uses: the table when the
+    // tuning selects it, else the parametric curve.
+    const CurveSeries& used = data.curves.back();
     if (contentPeakNits > 0.0f) {
         // Compared with the curve of content without a mastering peak.
         const CurvePlotData plain = curveForPeak(params, 0.0f, versionTwo, title);
-        bool same = true;
-        for (size_t k = 0; k < data.curves.size(); ++k)
-            same = same && data.curves[k].points == plain.curves[k].points;
-        if (same) {
-            std::cerr << "hdrtm: note: --content-peak " << numberText(contentPeakNits)
-                      << " does not change this curve: "
-                      << whyPeakIsIgnored(params, !tuningPath.empty(), contentPeakNits) << "\n";
+        if (used.points == plain.curves.back().points) {
+            const bool table = data.curves.size() > 1;
+            const bool otherMoves = table && data.curves.front().points != plain.curves.front().points;
+            printNote("--content-peak " + numberText(contentPeakNits) + " does not change the curve the library uses (" +
+                      (table ? "the table" : "the parametric curve") + "): " +
+                      (otherMoves ? "the tuning's <tone_map> table does not follow the content's peak; only the "
+                                    "parametric curve (drawn too, unused) does"
+                                  : whyPeakIsIgnored(params, !tuningPath.empty(), contentPeakNits)));
         }
     }
-    writeCurvePlot(data, outputPath);
-    std::cout << "Wrote the tone curve to " << outputPath << "\n";
+    StagedFiles files;
+    files.stage(outputPath, curvePlotBytes(data, outputPath));
     if (!csvPath.empty()) {
-        // The last series is the form the library uses: the table when the
-        // tuning selects it, else the parametric curve.
-        const CurveSeries& used = data.curves.back();
         std::string text = "input_nits,output_nits\n";
         char line[64];
         for (const auto& point : used.points) {
             std::snprintf(line, sizeof(line), "%.6g,%.6g\n", point.first, point.second);
             text += line;
         }
-        writeFileAtomically(csvPath, text);
-        std::cout << "Wrote the " << used.label << " curve's numbers to " << csvPath << "\n";
+        files.stage(csvPath, text);
     }
+    files.commit();
+    std::cout << "Wrote the tone curve to " << outputPath << "\n";
+    if (!csvPath.empty()) std::cout << "Wrote the " << used.label << " curve's numbers to " << csvPath << "\n";
     return kExitOk;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 
 #include "colour/run_difference.h"
 #include "command_inputs.h"
@@ -13,6 +14,8 @@
 #include "files/clf_file.h"
 #include "files/output_files.h"
 #include "hdr_playback.h"
+#include "messages.h"
+#include "number_text.h"
 #include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
@@ -22,14 +25,14 @@ namespace fs = std::filesystem;
 
 constexpr const char* kDefaultsName = "defaults";  // a side that is the built-in defaults
 constexpr const char* kCurvesFile = "tone_curves.svg";
+constexpr const char* kLutFilesPicture = "delta_e.png";
 constexpr size_t kWorstPrinted = 3;  // nodes named per differing LUT
 constexpr Rgb8 kSideBColours[] = {{200, 40, 120}, {120, 160, 20}};
 
 struct Side {
     std::string label;  // as the user named it
     TMParams params;
-    bool versionTwo = false;
-    std::string path;   // empty: the built-in defaults
+    std::string path;   // the tuning file; empty: the built-in defaults
     bool lutFile = false;  // a .cube or .clf file rather than a tuning
     std::vector<RunResult> results;  // per configuration
 };
@@ -49,14 +52,15 @@ Side loadSide(const std::string& name, bool force) {
         side.results.push_back(r);
     } else if (name != kDefaultsName) {
         side.path = name;
-        side.params = loadTuning(name, force, &side.versionTwo);
+        bool versionTwo = false;  // the record's version says it too, which runOnTuning reads
+        side.params = loadTuning(name, force, &versionTwo);
     }
     return side;
 }
 
 void runSide(Side& side, const std::vector<Configuration>& configs) {
     if (side.lutFile) return;
-    side.results = runOnTuning(side.path, side.params, configs);
+    side.results = runOnTuning(side.path, side.params, configs, stopIfInterrupted);
     upperRangeFromLog(&side.params);
 }
 
@@ -80,15 +84,13 @@ std::string worstText(const ComparedLut& c, size_t count) {
     return text;
 }
 
-void printReport(const Side& a, const Side& b, const std::vector<std::string>& titles,
-                 const std::vector<ComparedLut>& all, const std::vector<std::string>& unmatched) {
+void printReport(const Side& a, const Side& b, const std::vector<std::string>& titles, const RunsDifference& f) {
     std::cout << "A: " << a.label << "\nB: " << b.label << "\n\n";
     std::printf("%3s  %-48s %-9s %-22s %-20s %s\n", "#", "configuration", "LUT", "max code change R G B",
                 "mean change R G B", "ΔE_ITP mean / p95 / max");
-    for (const ComparedLut& c : all) {
+    for (const ComparedLut& c : f.luts) {
         const LutDifference& d = c.difference;
-        std::printf("%3d  %-48s %-9s %-22s %-20s %s\n", c.config, titles[c.config - 1].c_str(),
-                    c.label.c_str(),
+        std::printf("%3d  %-48s %-9s %-22s %-20s %s\n", c.config, titles[c.config - 1].c_str(), c.label.c_str(),
                     (fixed(d.maxCodeChange[0], 0) + " " + fixed(d.maxCodeChange[1], 0) + " " +
                      fixed(d.maxCodeChange[2], 0))
                         .c_str(),
@@ -100,9 +102,15 @@ void printReport(const Side& a, const Side& b, const std::vector<std::string>& t
                                    fixed(d.maxDeltaE, 2))
                                       .c_str());
         if (!d.identical) std::cout << "     worst: " << worstText(c, kWorstPrinted) << "\n";
-        if (!d.sameGrid) std::cout << "     B is sampled on another grid: read between its points at A's\n";
+        const std::string levelsA = levelsText(c.levelsA);
+        const std::string levelsB = levelsText(c.levelsB);
+        if (levelsA == levelsB) {
+            std::cout << "     levels: " << levelsA << "\n";
+        } else {
+            std::cout << "     levels A: " << levelsA << "\n     levels B: " << levelsB << "\n";
+        }
     }
-    for (const std::string& u : unmatched) std::cout << u << "\n";
+    for (const std::string& u : f.unmatched) std::cout << u << "\n";
 }
 
 // Both tone curves in one plot, A's in the usual colours, B's in its own.
@@ -119,79 +127,105 @@ CurvePlotData overlaidCurves(const Side& a, const Side& b) {
     return data;
 }
 
-int compareSides(Side& a, Side& b, const std::vector<Configuration>& configs, const DiffOptions& options,
-                 std::vector<std::string>& written) {
-    // Two LUT files stand for no configuration of their own.
-    std::vector<std::string> titles;
-    for (const Configuration& c : configs) titles.push_back(a.lutFile ? "the two LUT files" : c.describe());
-    RunsDifference d = compareRuns(a.results, b.results);
-    if (options.pictures) {
-        for (ComparedLut& c : d.luts) {
-            if (c.difference.identical) continue;
-            std::string label = c.label;
-            std::replace(label.begin(), label.end(), ' ', '-');
-            c.picture = a.lutFile ? "delta_e.png"
-                                  : twoDigits(c.config) + "_" + configs[c.config - 1].slug() + "_" + label +
-                                        "_delta_e.png";
-            writeDifferencePlot(c.difference, titles[c.config - 1] + ", " + c.label + ": where B differs from A",
-                                (fs::path(options.outputDir) / c.picture).string());
-            written.push_back(c.picture);
-        }
+// Stages a picture of each differing LUT into `folder`.
+void drawDifferences(RunsDifference& d, bool lutFiles, const std::vector<Configuration>& configs,
+                     const std::vector<std::string>& titles, RunFolder& folder) {
+    for (ComparedLut& c : d.luts) {
+        if (c.difference.identical) continue;
+        stopIfInterrupted();
+        std::string label = c.label;
+        std::replace(label.begin(), label.end(), ' ', '-');
+        c.picture = lutFiles ? kLutFilesPicture
+                             : twoDigits(c.config) + "_" + configs[c.config - 1].slug() + "_" + label + "_delta_e.png";
+        folder.write(c.picture, differencePlotBytes(c.difference,
+                                                    titles[c.config - 1] + ", " + c.label + ": where B differs from A",
+                                                    c.picture));
     }
-    // A configuration of one's own choosing that gives nothing to compare says why.
-    if (configs.size() == 1 && a.results[0].luts.empty() && b.results[0].luts.empty()) {
-        const RunResult& r = a.results[0];
-        const std::string remedy = remedyText(r.remedies.front());
-        std::cerr << "hdrtm: note: " << configs[0].describe() << " gives no LUT: the entry took the row \""
-                  << r.rows.front() << "\"" << (remedy.empty() ? "" : "; " + remedy) << "\n";
-    }
-    if (options.pictures) {
-        if (!a.lutFile) {
-            writeCurvePlot(overlaidCurves(a, b), (fs::path(options.outputDir) / kCurvesFile).string());
-            written.push_back(kCurvesFile);
-        }
-        writeManifest(options.outputDir, written);
-    }
-    const bool identical = d.identical;
-    if (options.json) {
-        std::cout << differenceJson(a.label, b.label, titles, d) << "\n";
-    } else {
-        printReport(a, b, titles, d.luts, d.unmatched);
-        size_t differ = 0;
-        for (const ComparedLut& c : d.luts) differ += c.difference.identical ? 0 : 1;
-        std::cout << "\n"
-                  << (identical ? "Identical: " : std::to_string(differ) + " of ") << d.luts.size()
-                  << " LUTs" << (identical ? " are the same" : " differ");
-        if (options.pictures) {
-            std::cout << "; wrote " << (identical ? "" : "the pictures and ") << (a.lutFile ? "nothing else" : "the tone curves") << " to "
-                      << fs::absolute(options.outputDir).string();
-        }
-        std::cout << "\n";
-    }
-    return identical ? kExitOk : kExitDiffer;
 }
 
 }  // namespace
 
 int runDiff(const std::string& pathA, const std::string& pathB, const std::vector<Configuration>& configs,
             const DiffOptions& options) {
+    if (isLutFileName(pathA) != isLutFileName(pathB)) {
+        throw CommandError("compare two tunings (or defaults) or two LUT files, not " + pathA + " with " + pathB);
+    }
+    if (isLutFileName(pathA) && options.configurationGiven) {
+        throw CommandError("--layer, --blend and --hw choose what two tunings run; LUT files hold one LUT each: "
+                           "drop them");
+    }
     Side a = loadSide(pathA, options.force);
     Side b = loadSide(pathB, options.force);
-    std::vector<Configuration> compared = configs;
-    if (a.lutFile != b.lutFile) {
-        throw CommandError("diff: compare two tunings (or defaults) or two LUT files, not " + pathA + " with " + pathB);
+    if (options.force && a.path.empty() && b.path.empty() && !options.pictures) {
+        throw CommandError("--force compares tuning files with errors and writes beside foreign files; here it does "
+                           "neither: drop it");
     }
-    if (a.lutFile) compared = {Configuration{}};  // the files' one LUT each
+    if (a.lutFile) {
+        const std::string why = whyNotComparable(a.results[0].luts[0].lut, b.results[0].luts[0].lut);
+        if (!why.empty()) throw CommandError("cannot compare " + pathA + " with " + pathB + ": " + why);
+    }
+    std::unique_ptr<RunFolder> folder;
+    if (options.pictures) folder = std::make_unique<RunFolder>(options.outputDir, options.force);
+    // Two LUT files stand for no configuration of their own.
+    const std::vector<Configuration> compared = a.lutFile ? std::vector<Configuration>{Configuration{}} : configs;
+    std::vector<std::string> titles;
+    for (const Configuration& c : compared) titles.push_back(a.lutFile ? "the two LUT files" : c.describe());
     runSide(a, compared);
     runSide(b, compared);
-    if (options.pictures) prepareRunFolder(options.outputDir, options.force);
-    std::vector<std::string> written;
-    try {
-        return compareSides(a, b, compared, options, written);
-    } catch (...) {
-        removeRunFiles(options.outputDir, written);
-        throw;
+    RunsDifference f = compareRuns(a.results, b.results, compared);
+    if (folder != nullptr) drawDifferences(f, a.lutFile, compared, titles, *folder);
+    stopIfInterrupted();
+    if (folder != nullptr) {
+        if (!a.lutFile) folder->write(kCurvesFile, curvePlotBytes(overlaidCurves(a, b), kCurvesFile));
+        folder->commit();
     }
+    // A configuration of one's own choosing that gives nothing to compare says why.
+    if (compared.size() == 1 && a.results[0].luts.empty() && b.results[0].luts.empty()) {
+        const RunResult& r = a.results[0];
+        const std::string remedy = remedyText(r.remedies.front());
+        printNote(compared[0].describe() + " gives no LUT: the entry took the row \"" + r.rows.front() + "\"" +
+                  (remedy.empty() ? "" : "; " + remedy));
+    }
+    const bool gated = options.maxDeltaE >= 0.0;
+    const bool passes = gated ? withinMaxDeltaE(f, options.maxDeltaE) : f.identical;
+    if (options.json) {
+        DifferenceContext context{a.lutFile ? pathA : a.path, b.lutFile ? pathB : b.path, titles,
+                                  options.maxDeltaE, "", {}, vettedTunings()};
+        if (folder != nullptr) {
+            context.outputDir = folder->dir();
+            for (const std::string& name : folder->names()) context.files.push_back(folder->pathOf(name));
+            context.files.push_back(folder->pathOf(kManifestName));
+        }
+        std::cout << differenceJson(f, context) << "\n";
+    } else {
+        printReport(a, b, titles, f);
+        size_t differ = 0;
+        for (const ComparedLut& c : f.luts) differ += c.difference.identical ? 0 : 1;
+        std::cout << "\n";
+        if (f.identical) {
+            std::cout << "Identical: " << f.luts.size() << " LUTs are the same";
+        } else if (f.luts.empty()) {
+            std::cout << "No LUTs compared";
+        } else {
+            std::cout << differ << " of " << f.luts.size() << " compared LUTs differ";
+        }
+        if (!f.unmatched.empty()) std::cout << "; " << f.unmatched.size() << " not compared (above)";
+        if (gated && !f.unmatched.empty()) {
+            std::cout << "; --max-de " << numberText(options.maxDeltaE) << " fails: not every LUT was compared";
+        } else if (gated) {
+            std::cout << "; the largest ΔE_ITP, " << fixed(f.largestDeltaE, 2) << ", is "
+                      << (f.largestDeltaE <= options.maxDeltaE ? "within" : "above") << " --max-de "
+                      << numberText(options.maxDeltaE);
+        }
+        if (folder != nullptr) {
+            const size_t pictures = folder->names().size() - (a.lutFile ? 0 : 1);
+            std::cout << "; wrote " << (pictures > 0 ? std::to_string(pictures) + " picture(s), " : "")
+                      << (a.lutFile ? "" : "the tone curves (" + std::string(kCurvesFile) + "), ")
+                      << "and the manifest (" << kManifestName << ") to " << absolutePath(folder->dir());
+        }
+        std::cout << "\n";
+    }
+    return passes ? kExitOk : kExitDiffer;
 }
 
 }  // namespace hdrtm::tool

@@ -1,21 +1,27 @@
-// preview: a .cube LUT's test pattern beside a plain clip.
+// preview: a LUT file's test pattern beside a plain clip.
 #include <filesystem>
 #include <iostream>
 
 #include "command_inputs.h"
 #include "commands.h"
 #include "drawing/preview.h"
-#include "files/cube_file.h"
+#include "files/clf_file.h"
 #include "files/output_files.h"
+#include "messages.h"
 #include "number_text.h"
 
 namespace hdrtm::tool {
 namespace fs = std::filesystem;
 
-int runPreview(const std::string& cubePath, const std::string& outputPath, const std::string& input,
+int runPreview(const std::string& lutPath, const std::string& outputPath, const std::string& input,
                const std::string& output, float peakNits) {
-    requireReadable(cubePath, "LUT file");
-    CubeTable table = readCube(cubePath);
+    requireReadable(lutPath, "LUT file");
+    requireWritable(outputPath, {".png"}, "-o");
+    noteIfInRunFolder(outputPath);
+    if (!isLutFileName(lutPath)) {
+        throw CommandError(lutPath + " is not a LUT file: preview reads .cube and .clf files");
+    }
+    CubeTable table = readLutFile(lutPath);
     if (!input.empty() && (!parseSignal(input, &table.input) || table.input == Signal::kPanel)) {
         throw CommandError("--input must be pq, hlg or sdr, not \"" + input + "\"");
     }
@@ -33,10 +39,9 @@ int runPreview(const std::string& cubePath, const std::string& outputPath, const
         assume(peakNits > 0.0f, "--peak " + numberText(table.panel.peakNits));
         assume(false, std::string("panel black ") + numberText(table.panel.blackNits) + " nits, " +
                           colorModeName(table.panel.colorMode) + " primaries");
-        std::cerr << "hdrtm: note: " << cubePath << " does not record what it maps (hdrtm did not write it); "
-                  << "assumed " << assumed << "\n";
+        printNote(lutPath + " does not record what it maps (hdrtm did not write it); assumed " + assumed);
     }
-    writeFileAtomically(outputPath, encodePng(*renderPreview(table, fs::path(cubePath).filename().string())));
+    writeFileAtomically(outputPath, encodePng(*renderPreview(table, fs::path(lutPath).filename().string())));
     std::cout << "Wrote the preview to " << outputPath << "\n";
     return kExitOk;
 }

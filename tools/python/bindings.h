@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "tm_params.h"
+#include "tuning/tuning_check.h"
 
 namespace hdrtm::python {
 
@@ -41,6 +42,7 @@ struct Tuning {
     std::string path;                    // absolute; empty for the built-in defaults
     std::string label;                   // as the caller named it, or "defaults"
     std::vector<std::string> replaced;   // fields changed by replace(): no file says them
+    hdrtm::tool::CheckResult check;      // what the checker found in the file (notes too)
 };
 
 // A float32 array of colours, shape (N, 3) or (H, W, 3), as three planes.

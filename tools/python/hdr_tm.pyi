@@ -97,6 +97,7 @@ class Lut:
     checksum: int | None  # read-only
     input_signal: Literal["pq", "hlg", "sdr"]  # read-only
     output_signal: Literal["panel", "pq", "hlg"]  # read-only
+    levels: list[dict[str, Any]]  # read-only: level, input_nits, input_code, output_nits, output_codes
     def apply(self, image: Union[npt.NDArray[np.uint16], Float32Array]) -> Union[npt.NDArray[np.uint16], Float32Array]: ...
     def write(self, path: PathLike) -> None: ...
 
@@ -124,6 +125,7 @@ def diff(
     layers: Union[Layer, str, Sequence[Union[Layer, str]], None] = None,
     blend: Blend = "pq",
     hw: bool = False,
+    max_de: float | None = None,
 ) -> dict[str, Any]: ...
 
 def st2084_forward_tf(colours: Float32Array, in_scale: int = 1, out_scale: int = 1) -> Float32Array: ...

@@ -33,9 +33,11 @@ manager); the module lets one thread into it at a time.)";
         try {
             if (p) std::rethrow_exception(p);
         } catch (const UnreadableFileError& e) {
-            PyObject* type = e.reason == UnreadableFileError::Reason::kMissing     ? PyExc_FileNotFoundError
-                             : e.reason == UnreadableFileError::Reason::kDirectory ? PyExc_IsADirectoryError
-                                                                                   : PyExc_PermissionError;
+            using Reason = UnreadableFileError::Reason;
+            PyObject* type = e.reason == Reason::kMissing     ? PyExc_FileNotFoundError
+                             : e.reason == Reason::kDirectory ? PyExc_IsADirectoryError
+                             : e.reason == Reason::kDenied    ? PyExc_PermissionError
+                                                              : PyExc_OSError;  // a FIFO, a device
             PyErr_SetString(type, e.what());
         }
     });

@@ -6,9 +6,11 @@
 
 #include "apply/apply_image.h"
 #include "bindings.h"
+#include "colour/reference_levels.h"
 #include "colour/run_difference.h"
 #include "files/clf_file.h"
 #include "files/lut_file.h"
+#include "files/output_files.h"
 #include "files/readable_file.h"
 #include "hdr_playback.h"
 #include "playback/playback_run.h"
@@ -28,6 +30,7 @@ struct LutObject {
     std::string kind;         // "layer", "hardware" or "file"
     std::string title;        // for write: the file's title and header notes
     std::vector<std::string> notes;
+    std::vector<ReferenceLevel> levels;
 };
 
 struct RunOutcome {
@@ -164,7 +167,8 @@ RunOutcome run(const py::object& layers, const py::object& blend, const py::obje
         LutObject l;
         l.kind = p.label == kHardwareLabel ? "hardware" : "layer";
         l.title = lutTitle(out.configuration, p);
-        l.notes = lutNotes(out.configuration, tuningLabel(t), r.rows[p.layer], p);
+        l.levels = referenceLevels(p.lut, config.layers[p.layer].contentPeakNits());
+        l.notes = lutNotes(out.configuration, tuningLabel(t), r.rows[p.layer], p, l.levels);
         l.table = toCubeTable(p.lut);
         l.produced = std::move(p);
         out.luts.push_back(std::move(l));
@@ -184,6 +188,7 @@ LutObject readLut(const py::object& pathObject) {
         throw py::value_error(e.what());
     }
     if (l.table.bitDepth == 0) l.table.bitDepth = kForeignLutBits;
+    l.levels = referenceLevels(l.produced.lut, 0.0);  // a file names no content peak
     l.produced.label = "file";
     l.kind = "file";
     l.title = std::filesystem::path(path).filename().string();
@@ -258,15 +263,29 @@ py::array apply(const LutObject& l, const py::object& image) {
     throw py::type_error(std::string("image must be ") + expected + ", not " + typeName(image));
 }
 
+py::list levelsList(const LutObject& l) {
+    py::list out;
+    for (const ReferenceLevel& level : l.levels) {
+        py::dict d;
+        d["level"] = level.name;
+        d["input_nits"] = level.inputNits;
+        d["input_code"] = level.inputCode;
+        d["output_nits"] = level.outputNits;
+        d["output_codes"] = py::cast(std::vector<uint32_t>(level.outputCodes.begin(), level.outputCodes.end()));
+        out.append(d);
+    }
+    return out;
+}
+
 void write(const LutObject& l, const py::object& pathObject) {
     const std::string path = pathText(pathObject);
     if (!isLutFileName(path)) throw py::value_error(path + ": a LUT is written as .cube or .clf");
-    std::vector<std::string> landed;
-    std::string failure;
-    {
+    std::string failure = outputFileProblem(path, {});
+    if (!failure.empty()) failure = path + ": " + failure;
+    if (failure.empty()) {
         LibraryCall call;
         try {
-            writeLutFile(path, l.produced, l.title, l.notes, &landed);
+            writeLutFile(path, l.produced, l.title, l.notes);
         } catch (const std::runtime_error& e) {
             failure = e.what();
         }
@@ -278,7 +297,7 @@ void write(const LutObject& l, const py::object& pathObject) {
 }
 
 py::object diff(const py::object& a, const py::object& b, const py::object& layers, const py::object& blend,
-                const py::object& hw) {
+                const py::object& hw, const py::object& maxDe) {
     std::vector<Configuration> configs = demoConfigurations();
     if (!layers.is_none()) {
         configs = {configurationArgument(layers, blend, hw)};
@@ -286,17 +305,31 @@ py::object diff(const py::object& a, const py::object& b, const py::object& laye
         throw py::value_error("diff(): blend and hw choose the configuration of layers; without layers the demo's "
                               "configurations are compared");
     }
+    DifferenceContext context;
+    if (!maxDe.is_none()) {
+        const py::object real = py::module_::import("numbers").attr("Real");
+        if (!py::isinstance(maxDe, real) || py::isinstance<py::bool_>(maxDe)) {
+            throw py::type_error("max_de must be a number, not " + typeName(maxDe));
+        }
+        context.maxDeltaE = maxDe.cast<double>();
+        if (!std::isfinite(context.maxDeltaE) || context.maxDeltaE < 0.0) {
+            throw py::value_error("max_de must be a number of 0 or more, not " + py::repr(maxDe).cast<std::string>());
+        }
+    }
     const Tuning ta = fileTuning(a, "diff()");
     const Tuning tb = fileTuning(b, "diff()");
-    std::vector<std::string> titles;
-    for (const Configuration& c : configs) titles.push_back(c.describe());
+    context.a = ta.path;
+    context.b = tb.path;
+    for (const Tuning* t : {&ta, &tb}) {
+        if (!t->path.empty()) context.tunings.push_back({t->path, t->check});
+    }
+    for (const Configuration& c : configs) context.titles.push_back(c.describe());
     std::string json;
     {
         LibraryCall call;
         const std::vector<RunResult> runsA = runLocked(ta, configs);
         const std::vector<RunResult> runsB = runLocked(tb, configs);
-        json = differenceJson(ta.path.empty() ? "defaults" : ta.label, tb.path.empty() ? "defaults" : tb.label,
-                              titles, compareRuns(runsA, runsB));
+        json = differenceJson(compareRuns(runsA, runsB, configs), context);
     }
     return py::module_::import("json").attr("loads")(json);
 }
@@ -383,6 +416,11 @@ them.)")
                                "What the LUT's input encodes: \"pq\", \"hlg\" or \"sdr\".")
         .def_property_readonly("output_signal", [](const LutObject& l) { return signalName(l.produced.lut.output); },
                                "What its output encodes: \"panel\", \"pq\" or \"hlg\".")
+        .def_property_readonly("levels", &levelsList,
+                               "Where the reference levels land, as hdrtm lut --json gives them: a dict per level "
+                               "(level, input_nits, input_code, output_nits, output_codes). Content at 100, 203 and "
+                               "1000 nits below the layer's peak and the peak itself (for a file, the signal's top); "
+                               "SDR black, 18% grey and white for a LUT from SDR.")
         .def("apply", &apply, py::arg("image"),
              R"(The image through the LUT exactly as hdrtm apply does (tetrahedral, true grid positions).
 
@@ -437,13 +475,17 @@ the given file afresh, as hdrtm diff does for each side.)");
     m.def("demo_configurations", &demoConfigurations,
           "The configurations hdrtm demo runs and hdrtm diff compares, in their order.");
     m.def("diff", &diff, py::arg("a"), py::arg("b"), py::arg("layers") = py::none(), py::arg("blend") = "pq",
-          py::arg("hw") = false,
-          R"(The figures of hdrtm diff --json for two tunings, as a dict.
+          py::arg("hw") = false, py::arg("max_de") = py::none(),
+          R"(The figures of hdrtm diff --json --no-pictures for two tunings, as a dict.
 
 a, b: a Tuning from a file, a path, or None for the defaults. Over the demo's
 configurations, or the one that layers, blend and hw give. Per LUT: the
 largest and mean code change per channel and ΔE_ITP (mean, p95, max) with
-the worst nodes.)");
+the worst nodes, and where the reference levels land in each; a pair of
+LUTs that cannot be compared (other input or grid) is named in unmatched.
+max_de, as --max-de: within_max_de tells whether every LUT was compared and
+none differs by more (None without it). Paths are absolute; the tunings'
+diagnostics are in tuning_diagnostics.)");
 }
 
 }  // namespace hdrtm::python

@@ -161,6 +161,7 @@ Tuning fromFile(const py::object& pathObject, bool force) {
     warnOf(path, check);
     t.path = std::filesystem::absolute(path).string();
     t.label = path;
+    t.check = std::move(check);
     return t;
 }
 

@@ -20,6 +20,10 @@ namespace hdrtm::tool {
 // or SDR (1, 13, 14, 15). False for any other transfer.
 bool signalOfTransfer(uint32_t transfer, Signal* out);
 
+// The H.273 primaries a LUT reads its input in: BT.2020 for PQ and HLG,
+// BT.709 for SDR, as the entry's pipelines convert them.
+uint32_t inputPrimaries(Signal input);
+
 // Output bit depth assumed for a LUT file that does not record its own (a
 // .cube hdrtm did not write).
 constexpr int kForeignLutBits = 16;
@@ -37,14 +41,41 @@ void applyRow(const CubeTable& table, const std::vector<uint16_t>& in, uint16_t*
 // encoded as its panel signal.
 void clipRow(const CubeTable& table, Signal input, const std::vector<uint16_t>& in, uint16_t* out, size_t pixels);
 
+// 16-bit samples of the narrow (video) range of H.273, stored at
+// `sourceBits` bits, spread over the full range, in place.
+void narrowToFullRange(std::vector<uint16_t>& samples, int sourceBits);
+
+// Pixels of the band of captions above the halves of an applied image.
+constexpr int kCaptionBandHeight = 24;
+
 // What an applied image shows to the right of the LUT's output.
 enum class Beside { kNothing, kPlainClip, kSecondLut };
 
-// Every row of `image`, which holds `input`, through `lut`, with `beside` to
-// its right (`second` for kSecondLut), as the bytes of a 16-bit PNG, with a
-// cICP chunk when all of it is one blending space's signal. `rowsDone` hears
-// how many rows are through. Throws std::runtime_error when a row cannot be
-// read or encoded.
+// How an image goes through a LUT.
+struct ApplySetup {
+    Signal input = Signal::kPq;  // what the image holds
+    bool narrowRange = false;    // its samples use the narrow range (cICP full-range flag 0)
+    const CubeTable* lut = nullptr;
+    Beside beside = Beside::kNothing;
+    const CubeTable* second = nullptr;  // for kSecondLut
+    // Captions drawn in a band above the LUT's half and the other, when
+    // something is beside it.
+    std::array<std::string, 2> captions;
+};
+
+// The colour tags of the applied image: cICP when its colours have H.273
+// codes, else cHRM and gAMA where they can say it; none when its halves
+// hold different signals. `description` says in words what they name, or
+// why there are none.
+PngTags appliedImageTags(const ApplySetup& setup, std::string* description);
+
+// Every row of `image` through the LUT, with what `setup` puts beside it,
+// as the bytes of a 16-bit PNG tagged by appliedImageTags, keeping the
+// image's alpha. `rowsDone` hears how many rows are through. Throws
+// std::runtime_error when a row cannot be read or encoded.
+std::string applyToImage(PngReader& image, const ApplySetup& setup, const std::function<void(int rowsDone)>& rowsDone);
+
+// The older form: no captions, full-range samples.
 std::string applyToImage(PngReader& image, Signal input, const CubeTable& lut, Beside beside,
                          const CubeTable* second, const std::function<void(int rowsDone)>& rowsDone);
 

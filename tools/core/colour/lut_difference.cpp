@@ -16,6 +16,23 @@ constexpr double kDegreesPerRadian = 180.0 / 3.14159265358979323846;
 
 }  // namespace
 
+std::string whyNotComparable(const Lut3d& a, const Lut3d& b) {
+    if (a.input != b.input) {
+        return std::string("A takes ") + signalLabel(a.input) + " input and B " + signalLabel(b.input) +
+               ", so their nodes are different colours";
+    }
+    if (a.grid != b.grid) {
+        const auto gridName = [](const Lut3d& l) {
+            return l.grid == kUniformGrid      ? "the uniform grid"
+                   : l.grid == kNonUniformGrid ? "the non-uniform grid of a version 2.0 tuning"
+                                               : "a grid of its own";
+        };
+        return std::string("A is sampled on ") + gridName(a) + " and B on " + gridName(b) +
+               ", so their nodes are different colours";
+    }
+    return "";
+}
+
 LutDifference compareLuts(const Lut3d& a, const Lut3d& b) {
     LutDifference d;
     d.sameGrid = a.grid == b.grid;

@@ -32,6 +32,11 @@ struct LutDifference {
     std::vector<NodeDifference> nodes;  // every node of A, in LUT order
 };
 
+// Why `a` and `b` cannot be compared node by node, or "" when they can: they
+// take different input signals or sample different grids, so the same node
+// is a different colour in each.
+std::string whyNotComparable(const Lut3d& a, const Lut3d& b);
+
 // Compares `b` against `a` at a's nodes; a node's light is each LUT's output
 // decoded on its own panel (a tuning may change the panel).
 LutDifference compareLuts(const Lut3d& a, const Lut3d& b);

@@ -6,7 +6,6 @@
 #include <stdexcept>
 
 #include "drawing/plot_canvas.h"
-#include "files/output_files.h"
 #include "number_text.h"
 
 namespace hdrtm::tool {
@@ -23,8 +22,14 @@ constexpr double kMinNits = 1e-3;     // luminance axis, log scale
 constexpr double kMaxNits = 1e4;
 constexpr double kHueStep = 60.0;     // degrees between hue ticks
 constexpr float kDotRadius = 3.0f;
-constexpr double kScaleOverP95 = 4.0;  // the colour scale ends at 4x the 95th percentile
+// One colour scale for every picture, log ΔE_ITP from 0.1 (unseen) to 100,
+// with one just-noticeable difference (1) marked, so pictures compare.
+constexpr double kScaleLowDeltaE = 0.1;
+constexpr double kScaleHighDeltaE = 100.0;
+constexpr double kJustNoticeable = 1.0;
+constexpr double kScaleTicks[] = {0.1, 1.0, 10.0, 100.0};
 constexpr int kScaleSteps = 64;       // bands of the colour scale
+constexpr Rgb8 kJndColour = {230, 40, 40};
 constexpr Rgb8 kAxisColour = {40, 40, 40};
 constexpr Rgb8 kGridColour = {225, 225, 225};
 // From no difference (dark) to the largest (bright), even in lightness.
@@ -40,6 +45,11 @@ Rgb8 rampColour(double t) {
     return c;
 }
 
+// Where `deltaE` falls on the colour scale, 0..1.
+double scaleFraction(double deltaE) {
+    return logFraction(std::clamp(deltaE, kScaleLowDeltaE, kScaleHighDeltaE), kScaleLowDeltaE, kScaleHighDeltaE);
+}
+
 std::string number(double v) {
     char text[32];
     std::snprintf(text, sizeof(text), "%.3g", v);
@@ -48,7 +58,7 @@ std::string number(double v) {
 
 }  // namespace
 
-void writeDifferencePlot(const LutDifference& d, const std::string& title, const std::string& path) {
+std::string differencePlotBytes(const LutDifference& d, const std::string& title, const std::string& path) {
     std::unique_ptr<Canvas> canvas = makeCanvas(path, kWidth, kHeight);
     if (!canvas) throw std::runtime_error(path + ": the plot is written as .svg or .png");
     Canvas& c = *canvas;
@@ -64,7 +74,7 @@ void writeDifferencePlot(const LutDifference& d, const std::string& title, const
     c.text(kWidth / 2.0f, 24.0f, title, kAxisColour, Anchor::kMiddle);
     c.text(kWidth / 2.0f, 44.0f,
            "ΔE_ITP mean " + number(d.meanDeltaE) + ", 95th percentile " + number(d.p95DeltaE) + ", max " +
-               number(d.maxDeltaE) + " (1 is about one just-noticeable difference)",
+               number(d.maxDeltaE) + " (1 ≈ one just-noticeable difference)",
            kAxisColour, Anchor::kMiddle);
     for (double decade = kMinNits; decade <= kMaxNits * 1.001; decade *= 10.0) {
         c.line(kLeft, py(decade), hueLeft + plotW, py(decade), kGridColour, 1.0f);
@@ -87,12 +97,9 @@ void writeDifferencePlot(const LutDifference& d, const std::string& title, const
     std::vector<NodeDifference> nodes = d.nodes;
     std::sort(nodes.begin(), nodes.end(),
               [](const NodeDifference& x, const NodeDifference& y) { return x.deltaE < y.deltaE; });
-    // A few outliers would leave every other dot dark: the scale stops at
-    // a multiple of the 95th percentile and saturates above it.
-    const double top = std::max(std::min(d.maxDeltaE, kScaleOverP95 * d.p95DeltaE), 1.0);
     for (const NodeDifference& n : nodes) {
         if (n.inputNits < kMinNits) continue;
-        c.dot(px(n), py(n.inputNits), kDotRadius, rampColour(n.deltaE / top));
+        c.dot(px(n), py(n.inputNits), kDotRadius, rampColour(scaleFraction(n.deltaE)));
     }
 
     const float scaleX = hueLeft + plotW + 30.0f;
@@ -101,13 +108,18 @@ void writeDifferencePlot(const LutDifference& d, const std::string& title, const
         const double t = 1.0 - (i + 0.5) / kScaleSteps;
         c.rect(scaleX, kTop + i * band, 18.0f, band + 0.5f, rampColour(t));
     }
-    for (double t : {0.0, 0.5, 1.0}) {
-        const std::string label = (t == 1.0 && top < d.maxDeltaE ? "≥ " : "") + number(t * top);
-        c.text(scaleX + 24.0f, static_cast<float>(kTop + (1.0 - t) * plotH + 5.0), label,
-               kAxisColour, Anchor::kStart);
+    const auto scaleY = [&](double deltaE) { return static_cast<float>(kTop + (1.0 - scaleFraction(deltaE)) * plotH); };
+    for (double tick : kScaleTicks) {
+        const std::string label = (tick == kScaleLowDeltaE    ? "≤ "
+                                   : tick == kScaleHighDeltaE ? "≥ "
+                                                              : "") +
+                                  number(tick) + (tick == kJustNoticeable ? " JND" : "");
+        c.text(scaleX + 24.0f, scaleY(tick) + 5.0f, label, tick == kJustNoticeable ? kJndColour : kAxisColour,
+               Anchor::kStart);
     }
+    c.line(scaleX - 4.0f, scaleY(kJustNoticeable), scaleX + 22.0f, scaleY(kJustNoticeable), kJndColour, 2.0f);
     c.text(scaleX, kTop - 8.0f, "ΔE_ITP", kAxisColour, Anchor::kStart);
-    writeFileAtomically(path, c.encode());
+    return c.encode();
 }
 
 }  // namespace hdrtm::tool

@@ -8,8 +8,8 @@
 
 namespace hdrtm::tool {
 
-// Writes the plot as SVG or PNG, chosen by the file name's extension.
-// Throws std::runtime_error for another extension or a failed write.
-void writeDifferencePlot(const LutDifference& d, const std::string& title, const std::string& path);
+// The plot as the bytes of an SVG or PNG file, chosen by the extension of
+// `path`. Throws std::runtime_error for another extension.
+std::string differencePlotBytes(const LutDifference& d, const std::string& title, const std::string& path);
 
 }  // namespace hdrtm::tool

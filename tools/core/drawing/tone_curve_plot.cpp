@@ -81,7 +81,7 @@ CurvePlotData sampleToneCurve(const TMParams& params, const std::string& title) 
     return data;
 }
 
-void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
+std::string curvePlotBytes(const CurvePlotData& data, const std::string& path) {
     std::unique_ptr<Canvas> canvas = makeCanvas(path, kWidth, kHeight);
     if (!canvas) throw std::runtime_error(path + ": the plot is written as .svg or .png");
     const float plotW = kWidth - kLeft - kRight;
@@ -134,7 +134,11 @@ void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
     legend(kPeakColour, "peak " + numberText(data.peakNits) + " nits", true);
     legend(kBlackColour, "black " + numberText(data.blackNits) + " nits", true);
     legend(kIdentityColour, "output = input", true);
-    writeFileAtomically(path, c.encode());
+    return c.encode();
+}
+
+void writeCurvePlot(const CurvePlotData& data, const std::string& path) {
+    writeFileAtomically(path, curvePlotBytes(data, path));
 }
 
 }  // namespace hdrtm::tool

@@ -30,8 +30,10 @@ struct CurvePlotData {
 // record whose control points are still 10-bit codes.
 CurvePlotData sampleToneCurve(const TMParams& params, const std::string& title);
 
-// Writes the plot as SVG or PNG, chosen by the file name's extension.
-// Throws std::runtime_error for another extension or a failed write.
+// The plot as the bytes of an SVG or PNG file, chosen by the extension of
+// `path`. Throws std::runtime_error for another extension.
+std::string curvePlotBytes(const CurvePlotData& data, const std::string& path);
+// Writes curvePlotBytes to `path`; throws for a failed write too.
 void writeCurvePlot(const CurvePlotData& data, const std::string& path);
 
 }  // namespace hdrtm::tool

@@ -9,12 +9,14 @@
 #include <stdexcept>
 
 #include "files/output_files.h"
+#include "number_text.h"
 
 namespace hdrtm::tool {
 namespace {
 
 constexpr const char* kSignalsKey = "hdrtm:";  // Description line with describeSignals()
 constexpr int kShaperSize = kInputCodeMax + 1;   // one shaper entry per 10-bit input code
+constexpr double kValueTolerance = 1e-5;         // of full scale, as for .cube
 
 std::runtime_error clfError(const std::string& path, const std::string& what) {
     return std::runtime_error(path + ": " + what);
@@ -63,10 +65,9 @@ std::vector<double> readArray(const tinyxml2::XMLElement* node, const std::strin
 
 }  // namespace
 
-void writeClf(const std::string& path, const Lut3d& lut, const std::string& title,
-              const std::vector<std::string>& notes) {
+std::string clfText(const Lut3d& lut, const std::string& id, const std::string& title,
+                    const std::vector<std::string>& notes) {
     std::ostringstream out;
-    const std::string id = std::filesystem::path(path).stem().string();
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         << "<ProcessList compCLFversion=\"3\" id=\"" << xmlEscaped(id) << "\" name=\"" << xmlEscaped(title)
         << "\">\n"
@@ -105,7 +106,12 @@ void writeClf(const std::string& path, const Lut3d& lut, const std::string& titl
         }
     }
     out << "    </Array>\n  </LUT3D>\n</ProcessList>\n";
-    writeFileAtomically(path, out.str());
+    return out.str();
+}
+
+void writeClf(const std::string& path, const Lut3d& lut, const std::string& title,
+              const std::vector<std::string>& notes) {
+    writeFileAtomically(path, clfText(lut, std::filesystem::path(path).stem().string(), title, notes));
 }
 
 CubeTable readClf(const std::string& path) {
@@ -139,6 +145,16 @@ CubeTable readClf(const std::string& path) {
     if (values.size() != static_cast<size_t>(n) * n * n * 3) {
         throw clfError(path, "the LUT3D holds " + std::to_string(values.size()) + " numbers; dim " +
                                  dim + " needs " + std::to_string(n * n * n * 3));
+    }
+    // Outputs are codes within full scale; anything else is no display LUT.
+    const auto outsideScale = [scale](double v) {
+        return !(v >= -kValueTolerance * scale && v <= (1.0 + kValueTolerance) * scale);
+    };
+    const long outside = std::count_if(values.begin(), values.end(), outsideScale);
+    if (outside > 0) {
+        throw clfError(path, std::to_string(outside) + " LUT3D value(s) outside 0.." + numberText(scale) + " (first: " +
+                                 numberText(*std::find_if(values.begin(), values.end(), outsideScale)) +
+                                 "): a display LUT's outputs are codes within full scale");
     }
     t.size = n;
     t.values.resize(static_cast<size_t>(n) * n * n);
@@ -194,9 +210,11 @@ bool isLutFileName(const std::string& path) {
     return ext == ".cube" || ext == ".clf" || ext == ".CUBE" || ext == ".CLF";
 }
 
-CubeTable readLutFile(const std::string& path) {
+bool isClfFileName(const std::string& path) {
     const std::string ext = std::filesystem::path(path).extension().string();
-    return ext == ".clf" || ext == ".CLF" ? readClf(path) : readCube(path);
+    return ext == ".clf" || ext == ".CLF";
 }
+
+CubeTable readLutFile(const std::string& path) { return isClfFileName(path) ? readClf(path) : readCube(path); }
 
 }  // namespace hdrtm::tool

@@ -12,8 +12,11 @@
 
 namespace hdrtm::tool {
 
-// Writes `lut` as a CLF file; `notes` become Description lines. Throws
-// std::runtime_error when it cannot write.
+// `lut` as the text of a CLF file named `id` (its file name without the
+// extension); `notes` become Description lines.
+std::string clfText(const Lut3d& lut, const std::string& id, const std::string& title,
+                    const std::vector<std::string>& notes);
+// Writes clfText to `path`. Throws std::runtime_error when it cannot write.
 void writeClf(const std::string& path, const Lut3d& lut, const std::string& title,
               const std::vector<std::string>& notes);
 
@@ -24,6 +27,9 @@ CubeTable readClf(const std::string& path);
 
 // True for the names of LUT files hdrtm reads: .cube and .clf.
 bool isLutFileName(const std::string& path);
+
+// True for a name that ends in .clf (or .CLF).
+bool isClfFileName(const std::string& path);
 
 // A LUT file hdrtm reads: .clf as CLF, anything else as .cube.
 CubeTable readLutFile(const std::string& path);

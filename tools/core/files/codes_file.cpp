@@ -29,13 +29,26 @@ bool isCodesFileName(const std::string& path) {
     return ext == ".csv" || ext == ".json";
 }
 
-void writeCodes(const std::string& path, const std::vector<ProducedLut>& luts) {
+std::string codesText(const std::string& path, const std::vector<ProducedLut>& luts, const CodesRecord& record) {
     if (!isCodesFileName(path)) throw std::runtime_error(path + ": the codes are written as .csv or .json");
     const bool csv = extension(path) == ".csv";
     std::ostringstream text;
-    nlohmann::json json = {{"luts", nlohmann::json::array()}};
-    if (csv) text << "lut,node,in_r,in_g,in_b,in_bits,out_r,out_g,out_b,out_bits\n";
-    for (const ProducedLut& p : luts) {
+    nlohmann::json json = {{"tuning", record.tuning.empty() ? nlohmann::json() : nlohmann::json(record.tuning)},
+                           {"luts", nlohmann::json::array()}};
+    const auto configurationOf = [&](size_t i) {
+        return i < record.configurations.size() ? record.configurations[i] : std::string();
+    };
+    if (csv) {
+        text << "# hdrtm codes; tuning: " << (record.tuning.empty() ? "built-in defaults" : record.tuning) << "\n";
+        for (size_t i = 0; i < luts.size(); ++i) {
+            text << "# " << luts[i].label << ": "
+                 << (configurationOf(i).empty() ? "" : "configuration " + configurationOf(i) + "; ") << "checksum "
+                 << (luts[i].hasChecksum ? std::to_string(luts[i].checksum) : "none") << "\n";
+        }
+        text << "lut,node,in_r,in_g,in_b,in_bits,out_r,out_g,out_b,out_bits\n";
+    }
+    for (size_t i = 0; i < luts.size(); ++i) {
+        const ProducedLut& p = luts[i];
         int inBits = 0;
         const std::vector<uint32_t> in = inputCodes(p, &inBits);
         nlohmann::json nodes = nlohmann::json::array();
@@ -51,6 +64,9 @@ void writeCodes(const std::string& path, const std::vector<ProducedLut>& luts) {
         }
         if (!csv) {
             json["luts"].push_back({{"label", p.label},
+                                    {"configuration", configurationOf(i).empty() ? nlohmann::json()
+                                                                                 : nlohmann::json(configurationOf(i))},
+                                    {"checksum", p.hasChecksum ? nlohmann::json(p.checksum) : nlohmann::json()},
                                     {"input_bits", inBits},
                                     {"output_bits", p.lut.bitDepth},
                                     {"inputs_in_push", !p.hardwareGrid.empty()},
@@ -58,7 +74,11 @@ void writeCodes(const std::string& path, const std::vector<ProducedLut>& luts) {
                                     {"nodes", nodes}});
         }
     }
-    writeFileAtomically(path, csv ? text.str() : json.dump() + "\n");
+    return csv ? text.str() : json.dump() + "\n";
+}
+
+void writeCodes(const std::string& path, const std::vector<ProducedLut>& luts) {
+    writeFileAtomically(path, codesText(path, luts, {}));
 }
 
 }  // namespace hdrtm::tool

@@ -12,10 +12,20 @@ namespace hdrtm::tool {
 // True when `path` ends in .csv or .json.
 bool isCodesFileName(const std::string& path);
 
-// Writes the nodes of `luts` to `path` (.csv or .json), whole or not at all.
-// A node's inputs are the 12-bit grid coordinates the push carried, or,
-// when it carried none, the 10-bit grid codes it was sampled at. Throws
-// std::runtime_error for another extension or a failed write.
+// What a codes file records beside the codes, so it says where they came from.
+struct CodesRecord {
+    std::string tuning;                       // the tuning file; empty: the built-in defaults
+    std::vector<std::string> configurations;  // per LUT, the configuration it was run for
+};
+
+// The nodes of `luts` as the text of a .csv or .json file, as `path` names
+// it, with the record and each LUT's checksum. A node's inputs are the
+// 12-bit grid coordinates the push carried, or, when it carried none, the
+// 10-bit grid codes it was sampled at. Throws std::runtime_error for another
+// extension.
+std::string codesText(const std::string& path, const std::vector<ProducedLut>& luts, const CodesRecord& record);
+
+// Writes codesText without a record to `path`, whole or not at all.
 void writeCodes(const std::string& path, const std::vector<ProducedLut>& luts);
 
 }  // namespace hdrtm::tool

@@ -16,9 +16,18 @@ namespace {
 constexpr const char* kInfoKey = "# hdrtm:";       // signal encodings and panel
 constexpr const char* kGridKey = "# hdrtm-grid:";  // 10-bit sample codes per axis
 constexpr int kMaxCubeSize = 256;                  // largest LUT_3D_SIZE read back
+// Outputs are codes over full scale, 0..1; six decimals leave less than this.
+constexpr float kValueTolerance = 1e-5f;
 
 std::runtime_error fileError(const std::string& path, const std::string& what) {
     return std::runtime_error(path + ": " + what);
+}
+
+// The first value outside 0..1 in `v`, if any.
+bool outsideUnitRange(const std::array<float, 3>& v) {
+    return std::any_of(v.begin(), v.end(), [](float x) {
+        return !(x >= -kValueTolerance && x <= 1.0f + kValueTolerance);
+    });
 }
 
 std::string gridList(const Lut3d& lut) {
@@ -102,8 +111,7 @@ Lut3d lutFromTable(const CubeTable& table, const std::string& path) {
     return lut;
 }
 
-void writeCube(const std::string& path, const Lut3d& lut, const std::string& title,
-               const std::vector<std::string>& notes) {
+std::string cubeText(const Lut3d& lut, const std::string& title, const std::vector<std::string>& notes) {
     std::ostringstream out;
     out << "# " << title << "\n# Written by hdrtm from libhdr_tm.\n";
     for (const std::string& note : notes) out << "# " << note << "\n";
@@ -131,11 +139,15 @@ void writeCube(const std::string& path, const Lut3d& lut, const std::string& tit
         std::snprintf(line, sizeof(line), "%.6f %.6f %.6f\n", v[0], v[1], v[2]);
         out << line;
     }
-    writeFileAtomically(path, out.str());
+    return out.str();
 }
 
-void writeGridPositions(const std::string& path, const std::string& cubeName, const Lut3d& lut,
-                        const std::vector<uint32_t>& hardware) {
+void writeCube(const std::string& path, const Lut3d& lut, const std::string& title,
+               const std::vector<std::string>& notes) {
+    writeFileAtomically(path, cubeText(lut, title, notes));
+}
+
+std::string gridPositionsText(const std::string& cubeName, const Lut3d& lut, const std::vector<uint32_t>& hardware) {
     std::ostringstream out;
     out << "# Sample positions of " << cubeName
         << " on each axis (red, green and blue alike):\n"
@@ -151,7 +163,12 @@ void writeGridPositions(const std::string& path, const std::string& cubeName, co
         if (!hardware.empty()) out << " " << hardware[i];
         out << "\n";
     }
-    writeFileAtomically(path, out.str());
+    return out.str();
+}
+
+void writeGridPositions(const std::string& path, const std::string& cubeName, const Lut3d& lut,
+                        const std::vector<uint32_t>& hardware) {
+    writeFileAtomically(path, gridPositionsText(cubeName, lut, hardware));
 }
 
 CubeTable readCube(const std::string& path) {
@@ -163,6 +180,8 @@ CubeTable readCube(const std::string& path) {
     float domainMax = 1.0f;
     std::string line;
     int lineNumber = 0;
+    int outside = 0;          // values outside 0..1
+    std::string firstOutside;  // "line 12: 1e+30 0 0"
     const auto fail = [&](const std::string& what) {
         return fileError(path + ":" + std::to_string(lineNumber), what);
     };
@@ -202,6 +221,7 @@ CubeTable readCube(const std::string& path) {
         std::istringstream numbers(line);
         std::array<float, 3> v{};
         if (!(numbers >> v[0] >> v[1] >> v[2])) throw fail("expected three numbers: " + line);
+        if (outsideUnitRange(v) && outside++ == 0) firstOutside = "line " + std::to_string(lineNumber) + ": " + line;
         t.values.push_back(v);
     }
     if (t.size == 0) throw fileError(path, "not a 3D .cube file: no LUT_3D_SIZE");
@@ -211,6 +231,10 @@ CubeTable readCube(const std::string& path) {
                                   std::to_string(t.size) + " needs " + std::to_string(expected));
     }
     if (!(domainMax > domainMin)) throw fileError(path, "DOMAIN_MAX is not above DOMAIN_MIN");
+    if (outside > 0) {
+        throw fileError(path, std::to_string(outside) + " output value(s) outside 0..1 (first at " + firstOutside +
+                                  "): a display LUT's outputs are codes over full scale; this is no LUT hdrtm can use");
+    }
     if (grid.size() == static_cast<size_t>(t.size)) {
         t.positions = grid;
     } else {

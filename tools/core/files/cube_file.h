@@ -36,14 +36,17 @@ Lut3d lutFromTable(const CubeTable& table, const std::string& path);
 std::string describeSignals(const Lut3d& lut);
 void readSignals(const std::string& text, CubeTable& t);
 
-// Writes `lut` as a .cube file; `notes` become comment lines of the header
-// (configuration, checksum). Throws std::runtime_error when it cannot write.
+// `lut` as the text of a .cube file; `notes` become comment lines of the
+// header (configuration, checksum).
+std::string cubeText(const Lut3d& lut, const std::string& title, const std::vector<std::string>& notes);
+// Writes cubeText to `path`. Throws std::runtime_error when it cannot write.
 void writeCube(const std::string& path, const Lut3d& lut, const std::string& title,
                const std::vector<std::string>& notes);
 
-// Writes the sample positions of a non-uniform LUT beside its .cube file.
-// `hardware` holds the 12-bit grid coordinates the LUT was pushed with, or is
-// empty when the push carried none.
+// The sample positions of a non-uniform LUT, for a file beside its .cube
+// file. `hardware` holds the 12-bit grid coordinates the LUT was pushed
+// with, or is empty when the push carried none.
+std::string gridPositionsText(const std::string& cubeName, const Lut3d& lut, const std::vector<uint32_t>& hardware);
 void writeGridPositions(const std::string& path, const std::string& cubeName, const Lut3d& lut,
                         const std::vector<uint32_t>& hardware);
 

@@ -1,7 +1,9 @@
 // How hdrtm writes files: whole or not at all, and each run into a folder of
-// its own, so that no file from one run is mistaken for part of another.
+// its own, so that no file from one run is mistaken for part of another and a
+// run that fails leaves nothing behind.
 #pragma once
 
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -15,10 +17,40 @@ constexpr const char* kManifestName = "hdrtm-manifest.txt";
 // SVG and CLF files hdrtm writes.
 std::string xmlEscaped(const std::string& text);
 
-// Writes `bytes` to a temporary file beside `path` and renames it over
-// `path`, so a failure leaves no half-written file. A device or pipe (say
-// /dev/stdout) is written directly. Throws std::runtime_error naming the path
-// and the reason.
+// Why `path` cannot take a new file, or "" when it can: it is a folder, its
+// folder is missing or not writable, or its extension is none of
+// `extensions` (".png"; none given: any). An existing device or pipe (say
+// /dev/stdout) takes any bytes.
+std::string outputFileProblem(const std::string& path, const std::vector<std::string>& extensions);
+
+// Files written together. Each is staged under a temporary name beside its
+// target; commit() puts them all in place. Until then nothing is replaced,
+// and whatever is not committed is removed when the batch goes. A device or
+// pipe (say /dev/stdout) is written directly at commit(). Failures throw
+// std::runtime_error naming the path and the reason.
+class StagedFiles {
+public:
+    StagedFiles() = default;
+    ~StagedFiles();
+    StagedFiles(const StagedFiles&) = delete;
+    StagedFiles& operator=(const StagedFiles&) = delete;
+
+    void stage(const std::string& path, const std::string& bytes);
+    void commit();
+    // Removes what is staged and not committed.
+    void discard();
+
+private:
+    struct Staged {
+        std::string target;
+        std::string temporary;  // empty for a device, written at commit
+        std::string bytes;      // a device's bytes
+    };
+    std::vector<Staged> staged_;
+};
+
+// Writes `bytes` to `path` as a batch of one: a failure leaves no
+// half-written file and keeps the old one.
 void writeFileAtomically(const std::string& path, const std::string& bytes);
 
 // A run folder refused for files no earlier run wrote; what() names the
@@ -27,16 +59,41 @@ struct ForeignFilesError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Makes `dir` ready for a run: creates it, or, when it exists, removes the
-// files the manifest of an earlier run lists. Any other file in it is refused
-// (ForeignFilesError) unless `force`, which leaves such files be; other
-// failures throw std::runtime_error.
-void prepareRunFolder(const std::string& dir, bool force);
+// The folder a run writes into: a new or empty one, or one an earlier run
+// wrote (its manifest lists its files); any other file in it is refused
+// (ForeignFilesError) unless `force`, which leaves such files be. The
+// constructor checks the folder and creates it when missing. Files are staged
+// in it; commit() removes the earlier run's files, puts the new ones in place
+// and writes the manifest. A run that does not commit leaves the folder as it
+// found it, and removes it if the run created it.
+class RunFolder {
+public:
+    RunFolder(const std::string& dir, bool force);
+    ~RunFolder();
+    RunFolder(const RunFolder&) = delete;
+    RunFolder& operator=(const RunFolder&) = delete;
 
-// Records `files` (names inside `dir`) as the run's own.
-void writeManifest(const std::string& dir, const std::vector<std::string>& files);
+    const std::string& dir() const { return dir_; }
+    std::string pathOf(const std::string& name) const;
+    // Stages `bytes` as the file `name` in the folder.
+    void write(const std::string& name, const std::string& bytes);
+    void commit();
+    // The names written so far, in order.
+    const std::vector<std::string>& names() const { return names_; }
 
-// Removes what a failed run wrote (names inside `dir`), ignoring errors.
-void removeRunFiles(const std::string& dir, const std::vector<std::string>& files);
+private:
+    void removeCreatedFolders();
+
+    std::string dir_;
+    std::set<std::string> earlier_;   // the last run's files, replaced at commit
+    StagedFiles files_;
+    std::vector<std::string> names_;
+    std::vector<std::string> created_;  // folders this run made, innermost first
+    bool committed_ = false;
+};
+
+// The files the manifest in `dir` lists as an earlier run's; empty when
+// there is none.
+std::set<std::string> earlierRunNames(const std::string& dir);
 
 }  // namespace hdrtm::tool

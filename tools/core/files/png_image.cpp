@@ -70,9 +70,10 @@ PngReader::PngReader(const std::string& path) : path_(path) {
             cicp_ = {chunks[i].data[0], chunks[i].data[1], chunks[i].data[2], chunks[i].data[3]};
         }
     }
-    png_set_expand(png_);
+    hasAlpha_ = (png_get_color_type(png_, info_) & PNG_COLOR_MASK_ALPHA) != 0 ||
+                png_get_valid(png_, info_, PNG_INFO_tRNS) != 0;
+    png_set_expand(png_);  // a transparent colour (tRNS) becomes alpha
     png_set_expand_16(png_);
-    png_set_strip_alpha(png_);
     png_set_gray_to_rgb(png_);
     png_set_swap(png_);  // 16-bit samples in host order
     png_read_update_info(png_, info_);
@@ -84,12 +85,38 @@ PngReader::~PngReader() {
 }
 
 void PngReader::readRow(std::vector<uint16_t>& rgb) {
-    rgb.resize(static_cast<size_t>(width_) * 3);
-    if (setjmp(png_jmpbuf(png_))) throw std::runtime_error(path_ + ": " + error_);
-    png_read_row(png_, reinterpret_cast<png_bytep>(rgb.data()), nullptr);
+    std::vector<uint16_t> alpha;
+    readRow(rgb, alpha);
 }
 
-PngWriter::PngWriter(int width, int height, const Cicp* cicp) {
+void PngReader::readRow(std::vector<uint16_t>& rgb, std::vector<uint16_t>& alpha) {
+    const size_t width = static_cast<size_t>(width_);
+    rgb.resize(width * 3);
+    alpha.assign(width, UINT16_MAX);
+    if (hasAlpha_) rgba_.resize(width * 4);
+    png_bytep row = reinterpret_cast<png_bytep>(hasAlpha_ ? rgba_.data() : rgb.data());
+    if (setjmp(png_jmpbuf(png_))) throw std::runtime_error(path_ + ": " + error_);
+    png_read_row(png_, row, nullptr);
+    if (!hasAlpha_) return;
+    for (size_t x = 0; x < width; ++x) {
+        for (int c = 0; c < 3; ++c) rgb[x * 3 + c] = rgba_[x * 4 + c];
+        alpha[x] = rgba_[x * 4 + 3];
+    }
+}
+
+namespace {
+PngTags cicpOnly(const Cicp* cicp) {
+    PngTags tags;
+    tags.hasCicp = cicp != nullptr;
+    if (cicp != nullptr) tags.cicp = *cicp;
+    return tags;
+}
+}  // namespace
+
+PngWriter::PngWriter(int width, int height, const Cicp* cicp) : PngWriter(width, height, cicpOnly(cicp), false) {}
+
+PngWriter::PngWriter(int width, int height, const PngTags& tags, bool alpha)
+    : alpha_(alpha), texts_(tags.texts.size()) {
     png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, recordError, ignoreWarning);
     info_ = png_ ? png_create_info_struct(png_) : nullptr;
     if (info_ == nullptr) {
@@ -102,8 +129,21 @@ PngWriter::PngWriter(int width, int height, const Cicp* cicp) {
     }
     png_set_write_fn(png_, this, appendBytes, flushNothing);
     png_set_IHDR(png_, info_, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 16,
-                 PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    if (cicp != nullptr) {
+                 alpha ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    if (tags.hasChromaticities) {
+        png_set_cHRM(png_, info_, tags.white[0], tags.white[1], tags.red[0], tags.red[1], tags.green[0],
+                     tags.green[1], tags.blue[0], tags.blue[1]);
+    }
+    if (tags.fileGamma > 0.0) png_set_gAMA(png_, info_, tags.fileGamma);
+    for (size_t i = 0; i < texts_.size(); ++i) {
+        texts_[i].compression = PNG_TEXT_COMPRESSION_NONE;
+        texts_[i].key = const_cast<png_charp>(tags.texts[i].first.c_str());
+        texts_[i].text = const_cast<png_charp>(tags.texts[i].second.c_str());
+    }
+    if (!texts_.empty()) png_set_text(png_, info_, texts_.data(), static_cast<int>(texts_.size()));
+    if (tags.hasCicp) {
+        const Cicp* cicp = &tags.cicp;
         png_byte data[kCicpSize] = {cicp->primaries, cicp->transfer, cicp->matrix, cicp->fullRange};
         png_unknown_chunk chunk{};
         std::memcpy(chunk.name, kCicpName, sizeof(kCicpName));
@@ -120,8 +160,27 @@ PngWriter::PngWriter(int width, int height, const Cicp* cicp) {
 PngWriter::~PngWriter() { png_destroy_write_struct(&png_, &info_); }
 
 void PngWriter::writeRow(const std::vector<uint16_t>& rgb) {
+    if (alpha_) {
+        writeRow(rgb, std::vector<uint16_t>(rgb.size() / 3, UINT16_MAX));
+        return;
+    }
     if (setjmp(png_jmpbuf(png_))) throw std::runtime_error("cannot encode the PNG: " + error_);
     png_write_row(png_, reinterpret_cast<png_const_bytep>(rgb.data()));
+}
+
+void PngWriter::writeRow(const std::vector<uint16_t>& rgb, const std::vector<uint16_t>& alpha) {
+    if (!alpha_) {
+        writeRow(rgb);
+        return;
+    }
+    const size_t width = alpha.size();
+    rgba_.resize(width * 4);
+    for (size_t x = 0; x < width; ++x) {
+        for (int c = 0; c < 3; ++c) rgba_[x * 4 + c] = rgb[x * 3 + c];
+        rgba_[x * 4 + 3] = alpha[x];
+    }
+    if (setjmp(png_jmpbuf(png_))) throw std::runtime_error("cannot encode the PNG: " + error_);
+    png_write_row(png_, reinterpret_cast<png_const_bytep>(rgba_.data()));
 }
 
 std::string PngWriter::finish() {

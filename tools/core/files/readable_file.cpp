@@ -6,6 +6,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "files/file_kind.h"
+
 namespace hdrtm::tool {
 
 void requireReadable(const std::string& path, const char* what) {
@@ -14,7 +16,11 @@ void requireReadable(const std::string& path, const char* what) {
     std::error_code ec;
     const std::string named = std::string(what) + " " + path;
     if (!fs::exists(path, ec)) throw UnreadableFileError(Reason::kMissing, named + " does not exist");
-    if (fs::is_directory(path, ec)) throw UnreadableFileError(Reason::kDirectory, named + " is a directory");
+    const std::string kind = notARegularFile(path);
+    if (!kind.empty()) {
+        throw UnreadableFileError(fs::is_directory(path, ec) ? Reason::kDirectory : Reason::kNotAFile,
+                                  named + " " + kind + ", not a file");
+    }
     if (access(path.c_str(), R_OK) != 0) {
         throw UnreadableFileError(Reason::kDenied, named + " is not readable: " + std::strerror(errno));
     }

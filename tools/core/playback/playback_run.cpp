@@ -30,8 +30,6 @@ constexpr uint32_t kLayerCodeMask = 0x3FF;       // one 10-bit channel of a pack
 constexpr size_t kRecordUniformOffset = 8;       // LUT data record: uniform flag
 constexpr size_t kRecordEntriesOffset = 16;      // LUT data record: first entry
 constexpr size_t kRecordEntryWords = 6;          // in_r, in_g, in_b, out_r, out_g, out_b
-constexpr uint32_t kPrimariesBt709 = 1;
-constexpr uint32_t kPrimariesP3 = 12;            // H.273 SMPTE EG 432-1 (Display P3)
 constexpr uint32_t kMaxH273Code = 255;           // H.273 codes are 8-bit
 constexpr uint32_t kMaxNits = 10000;             // PQ's range: mastering peak and MaxCLL
 constexpr uint32_t kDemoMasterLow = 1000;        // nits
@@ -236,6 +234,11 @@ std::string LayerConfig::slug() const {
     if (masterNits != 0) s += nits(masterNits);
     if (cllPresent) s += "-cll" + nits(maxCll);
     return s;
+}
+
+double LayerConfig::contentPeakNits() const {
+    if (masterNits != 0) return masterNits;
+    return cllPresent ? maxCll : 0.0;
 }
 
 bool parseLayerConfig(const std::string& text, LayerConfig* out, std::string* error) {
@@ -550,18 +553,25 @@ bool setTuningProperty(const std::string& path, std::string* error) {
 }
 
 std::vector<RunResult> runOnTuning(const std::string& path, const TMParams& params,
-                                   const std::vector<Configuration>& configs) {
+                                   const std::vector<Configuration>& configs, const std::function<void()>& between) {
     std::string error;
     if (!setTuningProperty(path, &error)) throw std::runtime_error(error);
+    // Cleared however the run ends, so that no later run reads this tuning.
+    const struct ClearProperty {
+        ~ClearProperty() {
+            std::string ignored;
+            setTuningProperty("", &ignored);
+        }
+    } clear;
     std::vector<RunResult> results;
     for (const Configuration& config : configs) {
+        if (between) between();
         RunResult r = runConfiguration(config, 0, params.version == kTableCurveVersion);
         for (ProducedLut& p : r.luts) {
             if (params.output_gamma_space == GAMMA_CUSTOM) p.lut.panel.gammaValue = params.output_gamma_val;
         }
         results.push_back(std::move(r));
     }
-    setTuningProperty("", &error);
     return results;
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,10 @@
 #include "tm_params.h"
 
 namespace hdrtm::tool {
+
+// H.273 colour primaries beside BT.2020 (kPrimariesBt2020).
+constexpr uint32_t kPrimariesBt709 = 1;
+constexpr uint32_t kPrimariesP3 = 12;  // SMPTE EG 432-1 (Display P3, D65)
 
 struct LayerConfig {
     uint32_t transfer = 16;      // H.273 transfer characteristics
@@ -23,6 +28,10 @@ struct LayerConfig {
 
     std::string describe() const;  // "PQ 1000 nits MaxCLL 600"
     std::string slug() const;      // "pq1000-cll600"
+    // The content's peak as its metadata gives it (mastering peak, else
+    // MaxCLL); 0 when it gives none.
+    double contentPeakNits() const;
+
     // The layer as parseLayerConfig reads it back, every key spelled out:
     // "pq,primaries=bt2020,class=0,master=1000,cll=600".
     std::string text() const;
@@ -103,8 +112,11 @@ bool setTuningProperty(const std::string& path, std::string* error);
 // built-in defaults), which the loader reads as `params`, then clears the
 // property again, so that the next tuning loads anew. The exponent of a
 // custom output gamma, which the log does not name, comes from `params`.
+// `between`, when given, is called before each configuration and may throw
+// to stop the run (an interruption).
 std::vector<RunResult> runOnTuning(const std::string& path, const TMParams& params,
-                                   const std::vector<Configuration>& configs);
+                                   const std::vector<Configuration>& configs,
+                                   const std::function<void()>& between = {});
 
 // Sends the library's log (tag LIBHDR_TM) to the tool instead of stderr.
 void captureLibraryLog();

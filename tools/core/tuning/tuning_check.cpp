@@ -15,6 +15,7 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
+#include "files/file_kind.h"
 #include "number_text.h"
 #include "tuning/near_names.h"
 
@@ -108,6 +109,16 @@ constexpr int kCurvePoints = 17;       // control points the loader stores
 constexpr int kCurveMaxPoints = 24;    // slots of the control-point table
 constexpr int kMaxCode = 1023;         // largest 10-bit code
 constexpr const char* kVersionTwo = "2.0";
+constexpr const char* kVersionOne = "1.0";
+constexpr const char* kCustomGamma = "custom";  // the only output gamma that reads <val>
+constexpr float kPowerGamma = 2.2f;             // the exponent of "2p2" and "2d2", and <val>'s fallback
+// A calibration's terms stay near the identity's 0 and 1; beyond this a term
+// drives its channel to 0 or 1 for almost every colour.
+constexpr double kPccTermLimit = 10.0;
+// Elements the format knows below the groups that kFormat does not list:
+// the rows of the panel correction and the tone-curve table.
+constexpr const char* kTableGroup = "tone_map/points";
+constexpr const char* kTablePoints[] = {"x", "y"};
 
 std::string inQuotes(std::string_view s) { return "\"" + std::string(s) + "\""; }
 
@@ -137,20 +148,10 @@ public:
         : result_(result), lines_(std::move(lines)) {}
 
     void checkRoot(XMLElement* root) {
-        const char* version = root->Attribute("version");
-        if (version != nullptr) {
-            result_.versionTwo = std::strcmp(version, kVersionTwo) == 0;
-            if (!result_.versionTwo && std::strcmp(version, "1.0") != 0) {
-                // With a curve table the mistake throws the table away.
-                const bool table = root->FirstChildElement("tone_map") != nullptr;
-                add(root, table ? Severity::kError : Severity::kWarning, "version",
-                    "version " + inQuotes(version) + " is not exactly \"2.0\": the file is read as "
-                    "version 1.0 (parametric tone curve, uniform grid)" +
-                        (table ? std::string(", so the <tone_map> table is not used") : ""),
-                    "version 1.0");
-            }
-        }
-        checkChildren(root, "", "hdr_lib");
+        root_ = root;
+        checkVersion(root);
+        checkRootAttributes(root);
+        checkChildren(root, "");
         for (const FormatElement& e : kFormat) {
             if (std::strchr(e.path, '/') != nullptr) continue;
             XMLElement* el = root->FirstChildElement(e.path);
@@ -162,6 +163,7 @@ public:
             }
         }
         checkLuminanceRange(root);
+        checkGammaValue(root);
     }
 
 private:
@@ -184,32 +186,151 @@ private:
         add(at, Severity::kError, code, std::move(message), std::move(stored));
     }
 
-    // Names the format knows directly under `prefix` ("" for the root).
-    static std::vector<std::string> knownChildren(const std::string& prefix) {
+    // The loader takes the <tone_map> table only when the root says exactly
+    // version="2.0"; any other value, or none, reads the file as 1.0.
+    void checkVersion(XMLElement* root) {
+        const char* version = root->Attribute("version");
+        result_.versionTwo = version != nullptr && std::strcmp(version, kVersionTwo) == 0;
+        if (result_.versionTwo) return;
+        const std::string written =
+            version != nullptr ? "version=" + inQuotes(version) : std::string("no version attribute");
+        if (XMLElement* table = root->FirstChildElement("tone_map")) {
+            error(root, "version",
+                  "the <tone_map> table (line " + std::to_string(table->GetLineNum()) +
+                      ") is not used: the loader takes it only with version=\"2.0\" on <hdr_lib>, and this "
+                      "file has " + written + ", so the LUTs follow the parametric curve; write "
+                      "version=\"2.0\", or remove <tone_map>",
+                  "version 1.0 (parametric curve)");
+        } else if (version != nullptr && std::strcmp(version, kVersionOne) != 0) {
+            error(root, "version",
+                  "version " + inQuotes(version) + " is neither \"2.0\" nor \"1.0\": the loader reads the "
+                  "file as version 1.0 (parametric tone curve, uniform grid); write \"2.0\" for the table "
+                  "curve and the non-uniform hardware grid, or \"1.0\"",
+                  "version 1.0");
+        }
+    }
+
+    void checkRootAttributes(XMLElement* root) {
+        for (const tinyxml2::XMLAttribute* a = root->FirstAttribute(); a != nullptr; a = a->Next()) {
+            const std::string name = a->Name();
+            if (name == "version") continue;
+            const std::string hint = suggestion(name, {"version"});
+            add(root, hint.empty() ? Severity::kWarning : Severity::kError, "unknown-attribute",
+                "attribute " + name + " of <hdr_lib> is ignored: the loader reads only version" + hint);
+        }
+    }
+
+    // Every element path the format knows, "group/child" below the root.
+    static std::vector<std::string> knownPaths() {
+        std::vector<std::string> paths;
+        for (const FormatElement& e : kFormat) paths.push_back(e.path);
+        for (const char* row : kPccRows) {
+            paths.push_back(std::string("panel_pcc/") + row);
+            for (const PccTermInfo& t : kPccTerms) paths.push_back(std::string("panel_pcc/") + row + "/" + t.name);
+        }
+        paths.push_back(kTableGroup);
+        for (const char* point : kTablePoints) paths.push_back(std::string(kTableGroup) + "/" + point);
+        return paths;
+    }
+
+    static std::string parentOf(const std::string& path) {
+        const size_t slash = path.rfind('/');
+        return slash == std::string::npos ? "" : path.substr(0, slash);
+    }
+
+    static std::string leafOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+    // "<bright>", "<panel_pcc><r>", or "<hdr_lib>" for the root.
+    static std::string tags(const std::string& path) {
+        if (path.empty()) return "<hdr_lib>";
+        std::string out;
+        size_t start = 0;
+        while (start <= path.size()) {
+            const size_t slash = path.find('/', start);
+            const size_t end = slash == std::string::npos ? path.size() : slash;
+            out += "<" + path.substr(start, end - start) + ">";
+            start = end + 1;
+        }
+        return out;
+    }
+
+    // Names the format knows directly under `path` ("" for the root).
+    static std::vector<std::string> knownChildren(const std::string& path) {
         std::vector<std::string> names;
-        for (const FormatElement& e : kFormat) {
-            const std::string path = e.path;
-            if (prefix.empty()) {
-                if (path.find('/') == std::string::npos) names.push_back(path);
-            } else if (path.rfind(prefix + "/", 0) == 0) {
-                names.push_back(path.substr(prefix.size() + 1));
-            }
+        for (const std::string& p : knownPaths()) {
+            if (parentOf(p) == path) names.push_back(leafOf(p));
         }
         return names;
     }
 
-    // Unknown children (likely typos) and repeated ones (only the first counts).
-    void checkChildren(XMLElement* parent, const std::string& prefix, const std::string& label,
-                       std::vector<std::string> known = {}, bool repeatsAllowed = false) {
-        if (known.empty()) known = knownChildren(prefix);
+    // The groups where an element called `name` is read.
+    static std::vector<std::string> homesOf(const std::string& name) {
+        std::vector<std::string> homes;
+        for (const std::string& p : knownPaths()) {
+            if (leafOf(p) == name) homes.push_back(parentOf(p));
+        }
+        return homes;
+    }
+
+    // The element at `path` below the root, the first of each name as the loader takes it.
+    XMLElement* elementAt(const std::string& path) const {
+        XMLElement* el = root_;
+        size_t start = 0;
+        while (el != nullptr && start < path.size()) {
+            const size_t slash = path.find('/', start);
+            const size_t end = slash == std::string::npos ? path.size() : slash;
+            el = el->FirstChildElement(path.substr(start, end - start).c_str());
+            start = end + 1;
+        }
+        return el;
+    }
+
+    static const char* fallbackAt(const std::string& path) {
+        for (const FormatElement& e : kFormat) {
+            if (path == e.path) return e.fallback;
+        }
+        return nullptr;
+    }
+
+    // An element the format reads in another group: the loader does not look
+    // for it here. Its setting keeps the fallback unless its group has it too.
+    void misplaced(XMLElement* el, const std::string& path, const std::vector<std::string>& homes) {
+        const std::string name = el->Name();
+        std::string where;
+        XMLElement* copy = nullptr;
+        for (const std::string& home : homes) {
+            where += (where.empty() ? "" : " or ") + tags(home);
+            if (copy == nullptr) copy = elementAt(home.empty() ? name : home + "/" + name);
+        }
+        const std::string head = "<" + name + "> in " + tags(path) + " is not read there: the loader reads it in " + where;
+        if (copy != nullptr) {
+            warn(el, "misplaced-element",
+                 head + ", which has its own (line " + std::to_string(copy->GetLineNum()) + "); this one is ignored");
+            return;
+        }
+        const char* found = homes.size() == 1 ? fallbackAt(homes[0].empty() ? name : homes[0] + "/" + name) : nullptr;
+        const std::string fallback = found != nullptr ? found : "";
+        error(el, "misplaced-element",
+              head + (fallback.empty() ? "" : ", so it keeps its fallback " + fallback) + "; move it there", fallback);
+    }
+
+    // Unknown children (likely typos), children of another group and repeated
+    // ones (only the first counts) of the element at `path`.
+    void checkChildren(XMLElement* parent, const std::string& path, bool repeatsAllowed = false) {
+        const std::vector<std::string> known = knownChildren(path);
         std::map<std::string, int> firstLine;
         for (XMLElement* c = parent->FirstChildElement(); c; c = c->NextSiblingElement()) {
             const std::string name = c->Name();
             if (std::find(known.begin(), known.end(), name) == known.end()) {
+                const std::vector<std::string> homes = homesOf(name);
+                if (!homes.empty()) {
+                    misplaced(c, path, homes);
+                    continue;
+                }
                 // A near miss is a typo whose setting silently keeps its fallback.
                 const std::string hint = suggestion(name, known);
                 add(c, hint.empty() ? Severity::kWarning : Severity::kError, "unknown-element",
-                    "unknown element <" + name + "> in <" + label + "> is ignored" + hint);
+                    "unknown element <" + name + "> in " + tags(path) + " is ignored" + hint);
                 continue;
             }
             if (repeatsAllowed) continue;
@@ -243,7 +364,7 @@ private:
             note(root, "missing", "<" + name + "> is missing: falls back to " + fallbacks, fallbacks);
             return;
         }
-        checkChildren(group, name, name);
+        checkChildren(group, name);
         for (const FormatElement& child : kFormat) {
             if (std::string(child.path).rfind(name + "/", 0) != 0) continue;
             checkSetting(group, group->FirstChildElement(leaf(child).c_str()), child);
@@ -297,13 +418,28 @@ private:
               stored);
     }
 
+    // A number the loader cannot read; an element holding its value in an
+    // attribute rather than as text is the likely mistake when it has no text.
+    void notANumber(XMLElement* el, const std::string& where, const std::string& text, const char* what,
+                    const char* fallback) {
+        const tinyxml2::XMLAttribute* attribute = el->FirstAttribute();
+        if (text.empty() && attribute != nullptr) {
+            error(el, "not-a-number",
+                  where + " has no text: the loader reads an element's text, not its attribute " +
+                      attribute->Name() + ", so it falls back to " + fallback + "; write <" + el->Name() + ">" +
+                      attribute->Value() + "</" + el->Name() + ">",
+                  fallback);
+            return;
+        }
+        error(el, "not-a-number", where + " " + inQuotes(text) + " is not " + what + ": falls back to " + fallback,
+              fallback);
+    }
+
     void checkFloat(XMLElement* el, const std::string& where, const std::string& text,
                     const FormatElement& e) {
         float value = 0.0f;
         if (el->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
-            error(el, "not-a-number",
-                  where + " " + inQuotes(text) + " is not a number: falls back to " + e.fallback,
-                  e.fallback);
+            notANumber(el, where, text, "a number", e.fallback);
             return;
         }
         char* end = nullptr;
@@ -314,16 +450,14 @@ private:
                                            ": the rest of the text is ignored",
                   numberText(value));
         }
-        checkRange(el, where, value, e.range);
+        checkRange(el, where, text, value, e.range);
     }
 
     void checkInt(XMLElement* el, const std::string& where, const std::string& text,
                   const FormatElement& e) {
         int value = 0;
         if (el->QueryIntText(&value) != tinyxml2::XML_SUCCESS) {
-            error(el, "not-a-number",
-                  where + " " + inQuotes(text) + " is not an integer: falls back to " + e.fallback,
-                  e.fallback);
+            notANumber(el, where, text, "an integer", e.fallback);
             return;
         }
         char* end = nullptr;
@@ -338,31 +472,29 @@ private:
                                     : static_cast<long>(static_cast<uint8_t>(value));
         if (stored != value) {
             error(el, "truncated",
-                  where + " " + std::to_string(value) + " does not fit in " + (sixteen ? "16" : "8") +
+                  where + " " + text + " does not fit in " + (sixteen ? "16" : "8") +
                       " bits: the loader stores " + std::to_string(stored),
                   std::to_string(stored));
             return;
         }
         if (e.kind == Kind::kSwitch && value != 0 && value != 1) {
-            warn(el, "switch-value", where + " " + std::to_string(value) +
+            warn(el, "switch-value", where + " " + text +
                                          " is neither 0 nor 1: stages that test for 1 treat it as off",
                  std::to_string(value));
         }
-        checkRange(el, where, static_cast<float>(stored), e.range);
+        checkRange(el, where, text, static_cast<float>(stored), e.range);
     }
 
-    void checkRange(XMLElement* el, const std::string& where, float value, Range range) {
+    // `text` is the value as the file writes it, quoted back unchanged.
+    void checkRange(XMLElement* el, const std::string& where, const std::string& text, float value, Range range) {
         if (!std::isfinite(value)) {
-            error(el, "out-of-range", where + " " + numberText(value) + " is not finite",
-                  numberText(value));
+            error(el, "out-of-range", where + " " + text + " is not finite", numberText(value));
         } else if (range == Range::kPositive && !(value > 0.0f)) {
             error(el, "out-of-range",
-                  where + " " + numberText(value) +
-                      " must be above 0 (the tone curve takes its log or divides by it)",
+                  where + " " + text + " must be above 0 (the tone curve takes its log or divides by it)",
                   numberText(value));
         } else if (range == Range::kNonNegative && value < 0.0f) {
-            error(el, "out-of-range", where + " " + numberText(value) + " must not be negative",
-                  numberText(value));
+            error(el, "out-of-range", where + " " + text + " must not be negative", numberText(value));
         }
     }
 
@@ -372,9 +504,8 @@ private:
                  "no panel correction");
             return;
         }
-        checkChildren(pcc, "panel_pcc", "panel_pcc", {"r", "g", "b"});
-        std::vector<std::string> terms;
-        for (const PccTermInfo& t : kPccTerms) terms.push_back(t.name);
+        checkChildren(pcc, "panel_pcc");
+        bool identity = true;  // the whole block, as the loader fills it
         for (int k = 0; k < 3; ++k) {
             XMLElement* row = pcc->FirstChildElement(kPccRows[k]);
             if (row == nullptr) {
@@ -382,37 +513,61 @@ private:
                      std::string("<panel_pcc> has no row <") + kPccRows[k] +
                          ">: all its coefficients are 0, so " + kPccRowColour[k] + " comes out as 0",
                      "0 for every term");
+                identity = false;
                 continue;
             }
-            const std::string label = std::string("panel_pcc><") + kPccRows[k];
-            checkChildren(row, "", label, terms);
+            const std::string path = std::string("panel_pcc/") + kPccRows[k];
+            checkChildren(row, path);
             std::string missing;
-            bool identity = true;
+            bool rowIdentity = true;  // counting the fallbacks of missing terms
+            bool fallbacksIdentity = true;
+            bool allZero = true;
             for (const PccTermInfo& t : kPccTerms) {
                 XMLElement* term = row->FirstChildElement(t.name);
+                double value = t.fallback;
                 if (term == nullptr) {
-                    missing += std::string(missing.empty() ? "" : ", ") + t.name + " " +
-                               numberText(t.fallback);
-                    identity = identity && t.fallback == t.identity[k];
-                    continue;
+                    missing += std::string(missing.empty() ? "" : ", ") + t.name + " " + numberText(t.fallback);
+                    fallbacksIdentity = fallbacksIdentity && t.fallback == t.identity[k];
+                } else {
+                    float read = 0.0f;
+                    const std::string text = trimmed(term->GetText());
+                    const std::string where = tags(path + "/" + t.name);
+                    if (term->QueryFloatText(&read) != tinyxml2::XML_SUCCESS) {
+                        notANumber(term, where, text, "a number", numberText(t.fallback).c_str());
+                    } else {
+                        value = read;
+                        if (!(std::fabs(value) <= kPccTermLimit)) {
+                            warn(term, "pcc-implausible",
+                                 where + " " + text + " is implausible for a calibration, whose terms stay within ±" +
+                                     numberText(kPccTermLimit) + ": " + kPccRowColour[k] +
+                                     " is driven to 0 or 1 for almost every colour");
+                        }
+                    }
                 }
-                float value = 0.0f;
-                if (term->QueryFloatText(&value) != tinyxml2::XML_SUCCESS) {
-                    error(term, "not-a-number",
-                          "<" + label + "><" + t.name + "> " + inQuotes(trimmed(term->GetText())) +
-                              " is not a number: falls back to " + numberText(t.fallback),
-                          numberText(t.fallback));
-                }
+                allZero = allZero && value == 0.0;
+                rowIdentity = rowIdentity && value == t.identity[k];
             }
-            if (missing.empty()) continue;
-            if (identity) {
-                note(row, "pcc-partial", "<" + label + "> lacks terms that fall back to " + missing, missing);
-            } else {
+            identity = identity && rowIdentity;
+            if (allZero) {
+                warn(row, "pcc-implausible",
+                     tags(path) + " is all zeros: " + kPccRowColour[k] + " comes out as 0 for every colour");
+            } else if (!missing.empty() && fallbacksIdentity) {
+                note(row, "pcc-partial", tags(path) + " lacks terms that fall back to " + missing, missing);
+            } else if (!missing.empty()) {
                 warn(row, "pcc-partial",
-                     "<" + label + "> is partial and its fallbacks are not an identity (" + missing +
+                     tags(path) + " is partial and its fallbacks are not an identity (" + missing +
                          "): " + kPccRowColour[k] + " picks up the other channels",
                      missing);
             }
+        }
+        // The entry builds every LUT with a correction block of its own, filled
+        // from the colour manager on the hardware path: the file's block only
+        // fills the library's g_pcc.
+        if (!identity) {
+            warn(pcc, "pcc-not-used",
+                 "<panel_pcc> is not an identity, but no LUT uses it: the entry applies the colour manager's "
+                 "panel correction on the hardware path and none on the others; the file's coefficients only "
+                 "fill the library's g_pcc");
         }
     }
 
@@ -439,59 +594,83 @@ private:
                  "the built-in control points");
             return;
         }
-        checkChildren(toneMap, "", "tone_map", {"points"});
+        checkChildren(toneMap, "tone_map");
         XMLElement* pts = toneMap->FirstChildElement("points");
         if (pts == nullptr) {
             error(toneMap, "points-missing", "<tone_map> has no <points>: the control points cannot be read");
             return;
         }
-        checkChildren(pts, "", "points", {"x", "y"}, true);
+        checkChildren(pts, kTableGroup, true);
         const auto xs = points(pts, "x");
         const auto ys = points(pts, "y");
-        checkPointCount(pts, xs.size(), "x", true);
-        checkPointCount(pts, ys.size(), "y", false);
-        checkPointValues(xs, "x", true);
-        checkPointValues(ys, "y", false);
+        checkPointCount(pts, xs.size(), "x");
+        checkPointCount(pts, ys.size(), "y");
+        checkInputPoints(xs);
+        checkOutputPoints(xs, ys);
     }
 
-    void checkPointCount(XMLElement* pts, size_t count, const char* name, bool counted) {
+    void checkPointCount(XMLElement* pts, size_t count, const std::string& name) {
         const std::string n = std::to_string(count);
         if (count < static_cast<size_t>(kCurvePoints)) {
             error(pts, "points-too-few", "<points> has " + n + " <" + name + "> values; the format needs 17");
-        } else if (counted && count > static_cast<size_t>(kCurveMaxPoints)) {
+        } else if (name == "x" && count > static_cast<size_t>(kCurveMaxPoints)) {
             error(pts, "points-too-many",
                   "<points> has " + n + " <x> values: more than the table's 24 slots");
         } else if (count > static_cast<size_t>(kCurvePoints)) {
-            std::string message = "<points> has " + n + " <" + name +
-                                  "> values: only the first 17 are stored";
-            if (!counted) {
-                warn(pts, "points-extra", message);
-            } else if (result_.versionTwo) {
-                error(pts, "points-extra",
-                      message + ", but the count " + n + " is kept, so the table curve reads empty slots");
-            } else {
-                warn(pts, "points-extra", message + ", but the count " + n + " is kept");
+            // The loader keeps the count of x values, so the table reads the
+            // slots past 17, which the file never fills.
+            error(pts, "points-extra",
+                  "<points> has " + n + " <" + name + "> values: the loader stores only the first 17" +
+                      (name == "x" ? ", but keeps the count " + n + ", so the table curve reads " +
+                                         std::to_string(count - kCurvePoints) + " empty slots"
+                                   : std::string()) +
+                      "; give exactly 17");
+        }
+    }
+
+    static std::string pointLabel(const char* name, size_t i, int v) {
+        return std::string("control point ") + name + "[" + std::to_string(i) + "] = " + std::to_string(v);
+    }
+
+    // The table lookup divides by each step of x and searches it in rising order.
+    void checkInputPoints(const std::vector<std::pair<XMLElement*, int>>& xs) {
+        const size_t used = std::min(xs.size(), static_cast<size_t>(kCurvePoints));
+        for (size_t i = 0; i < used; ++i) {
+            const auto& [el, v] = xs[i];
+            if (v < 0 || v > kMaxCode) {
+                error(el, "point-out-of-range", pointLabel("x", i, v) + " is outside the 10-bit codes 0..1023");
+            } else if (i > 0 && v <= xs[i - 1].second) {
+                error(el, "points-not-rising",
+                      pointLabel("x", i, v) + " does not rise above " + std::to_string(xs[i - 1].second) +
+                          " (the point before it): the table lookup needs rising inputs");
             }
         }
     }
 
-    void checkPointValues(const std::vector<std::pair<XMLElement*, int>>& values,
-                          const char* name, bool strictlyRising) {
-        const size_t used = std::min(values.size(), static_cast<size_t>(kCurvePoints));
+    // A falling or flat output is legal but rarely meant; flat at the top
+    // code is how the curve clips at the panel's peak.
+    void checkOutputPoints(const std::vector<std::pair<XMLElement*, int>>& xs,
+                           const std::vector<std::pair<XMLElement*, int>>& ys) {
+        const size_t used = std::min(ys.size(), static_cast<size_t>(kCurvePoints));
         for (size_t i = 0; i < used; ++i) {
-            const auto& [el, v] = values[i];
-            const std::string label = std::string("control point ") + name + "[" +
-                                      std::to_string(i) + "] = " + std::to_string(v);
+            const auto& [el, v] = ys[i];
             if (v < 0 || v > kMaxCode) {
-                error(el, "point-out-of-range", label + " is outside the 10-bit codes 0..1023");
+                error(el, "point-out-of-range", pointLabel("y", i, v) + " is outside the 10-bit codes 0..1023");
                 continue;
             }
             if (i == 0) continue;
-            const int previous = values[i - 1].second;
-            if (v < previous || (strictlyRising && v == previous)) {
-                error(el, "points-not-rising",
-                      label + (strictlyRising ? " does not rise above " : " falls below ") +
-                          std::to_string(previous) + " (the point before it)");
+            const int previous = ys[i - 1].second;
+            if (v < previous) {
+                warn(el, "points-falling",
+                     pointLabel("y", i, v) + " falls below " + std::to_string(previous) +
+                         " (the point before it): brighter content comes out darker");
+            } else if (v == previous && v != kMaxCode) {
+                const std::string span = i < xs.size() ? " (x " + std::to_string(xs[i - 1].second) + " to " +
+                                                             std::to_string(xs[i].second) + ")"
+                                                       : std::string();
+                warn(el, "points-flat",
+                     pointLabel("y", i, v) + " repeats the point before it: the content between them" + span +
+                         " comes out at one level");
             }
         }
     }
@@ -505,13 +684,34 @@ private:
         if (maxEl) maxEl->QueryIntText(&peak);
         const float storedPeak = static_cast<float>(static_cast<uint16_t>(peak));
         if (storedPeak > 0.0f && black >= storedPeak) {
+            const std::string blackText = minEl ? trimmed(minEl->GetText()) : "0.001";
             error(minEl ? minEl : root, "black-above-peak",
-                  "panel black level " + numberText(black) + " nits is not below the panel peak " +
+                  "panel black level " + blackText + " nits is not below the panel peak " +
                       numberText(storedPeak) + " nits");
         }
     }
 
+    // Only a custom output gamma reads <val>; another value beside another
+    // space is an exponent the LUTs never see.
+    void checkGammaValue(XMLElement* root) {
+        XMLElement* group = root->FirstChildElement("output_gamma_space");
+        XMLElement* val = group ? group->FirstChildElement("val") : nullptr;
+        float exponent = 0.0f;
+        if (val == nullptr || val->QueryFloatText(&exponent) != tinyxml2::XML_SUCCESS) return;
+        XMLElement* spaceEl = group->FirstChildElement("space");
+        const std::string space = spaceEl ? trimmed(spaceEl->GetText()) : "2p2";
+        // 2.2, the loader's fallback, is what a file beside "2p2" means and harmless beside the rest.
+        const bool known = std::find(std::begin(kGammaNames), std::end(kGammaNames), space) != std::end(kGammaNames);
+        if (space == kCustomGamma || !known || exponent == kPowerGamma) return;
+        warn(val, "gamma-value-not-used",
+             "<output_gamma_space><val> " + trimmed(val->GetText()) + " is not used: only <space>custom</space> "
+             "reads it, and the space here is " + inQuotes(space) +
+                 (spaceEl ? "" : " (the fallback)") + "; write <space>custom</space> for an exponent of " +
+                 trimmed(val->GetText()));
+    }
+
     CheckResult& result_;
+    XMLElement* root_ = nullptr;
     std::vector<std::string> lines_;  // the file's text, for columns
 };
 
@@ -546,10 +746,11 @@ int CheckResult::count(Severity s) const {
 
 CheckResult checkTuningFile(const std::string& path) {
     CheckResult result;
-    std::error_code ec;
-    if (std::filesystem::is_directory(path, ec)) {
-        result.diagnostics.push_back(
-            {0, 0, Severity::kError, "unreadable", "is a directory, not a tuning file", ""});
+    // Anything but a regular file (a folder, a FIFO, a device) could block
+    // or never end; it is no tuning file.
+    const std::string kind = notARegularFile(path);
+    if (!kind.empty()) {
+        result.diagnostics.push_back({0, 0, Severity::kError, "unreadable", kind + ", not a tuning file", ""});
         return result;
     }
     std::ifstream in(path);
@@ -583,8 +784,16 @@ CheckResult checkTuningFile(const std::string& path) {
         return result;
     }
     Checker(result, std::move(lines)).checkRoot(root);
+    if (XMLElement* second = root->NextSiblingElement("hdr_lib")) {
+        result.diagnostics.push_back({second->GetLineNum(), 1, Severity::kError, "repeated-element",
+                                      "a second <hdr_lib> is ignored: the loader reads only the first (line " +
+                                          std::to_string(root->GetLineNum()) + ")",
+                                      "the first, line " + std::to_string(root->GetLineNum())});
+    }
     std::stable_sort(result.diagnostics.begin(), result.diagnostics.end(),
-                     [](const Diagnostic& a, const Diagnostic& b) { return a.line < b.line; });
+                     [](const Diagnostic& a, const Diagnostic& b) {
+                         return std::pair(a.line, a.column) < std::pair(b.line, b.column);
+                     });
     return result;
 }
 

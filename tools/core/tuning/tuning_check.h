@@ -32,6 +32,12 @@ struct CheckResult {
 
 const char* severityName(Severity s);
 
+// A tuning file a run checked before it read it, with what was found.
+struct CheckedTuning {
+    std::string path;
+    CheckResult result;
+};
+
 // Checks the tuning file at `path`. Never throws for bad content; an
 // unreadable or unparsable file is one error diagnostic.
 CheckResult checkTuningFile(const std::string& path);
