@@ -87,21 +87,19 @@ bool wanted(int argc, char** argv, const char* name) {
 int main(int argc, char** argv) {
     using mathsref::sameResult;
     bool passed = true;
-    if (wanted(argc, argv, "logf")) {
-        passed &= run("logf", 0, kAllFloats, [](uint32_t bits, std::string* report) {
+    using Unary = float (*)(float);
+    const struct {
+        const char* name;
+        Unary library, reference;
+    } logarithms[] = {{"logf", hdrtm::crLogf, mathsref::referenceLogf},
+                      {"log10f", hdrtm::crLog10f, mathsref::referenceLog10f}};
+    for (const auto& f : logarithms) {
+        if (!wanted(argc, argv, f.name)) continue;
+        passed &= run(f.name, 0, kAllFloats, [&f](uint32_t bits, std::string* report) {
             const float x = std::bit_cast<float>(bits);
-            const float got = hdrtm::crLogf(x), want = mathsref::referenceLogf(x);
+            const float got = f.library(x), want = f.reference(x);
             if (sameResult(got, want)) return true;
-            *report = describe("logf", x, 0.0f, got, want);
-            return false;
-        });
-    }
-    if (wanted(argc, argv, "log10f")) {
-        passed &= run("log10f", 0, kAllFloats, [](uint32_t bits, std::string* report) {
-            const float x = std::bit_cast<float>(bits);
-            const float got = hdrtm::crLog10f(x), want = mathsref::referenceLog10f(x);
-            if (sameResult(got, want)) return true;
-            *report = describe("log10f", x, 0.0f, got, want);
+            *report = describe(f.name, x, 0.0f, got, want);
             return false;
         });
     }
