@@ -112,35 +112,36 @@ bool roundDoubleDouble(DoubleDouble value, double bound, float* nearest) {
     return (value.head - m.up) + value.tail < -margin && (value.head - m.down) + value.tail > margin;
 }
 
-// An argument whose double-double value the test still cannot decide would
-// be one within 2^-98 of a rounding boundary; the exhaustive check finds
-// none, and such an argument would get the float nearest that value.
+float nearestFloat(DoubleDouble value, double bound) {
+    float nearest;
+    roundDoubleDouble(value, bound, &nearest);
+    return nearest;
+}
+
 float logSlowPath(float x) {
     const DoubleDouble value = logDoubleDouble(x);
-    float nearest;
-    roundDoubleDouble(value, absoluteValue(value.head) * kLogSlowRelativeError, &nearest);
-    return nearest;
+    return nearestFloat(value, absoluteValue(value.head) * kLogSlowRelativeError);
 }
 
 float log10SlowPath(float x) {
     const DoubleDouble value = multiply(logDoubleDouble(x), DoubleDouble{kInvLn10Head, kInvLn10Tail});
-    float nearest;
-    roundDoubleDouble(value, absoluteValue(value.head) * kLogSlowRelativeError, &nearest);
-    return nearest;
+    return nearestFloat(value, absoluteValue(value.head) * kLogSlowRelativeError);
 }
 
-float crLogf(float x) {
-    const FastResult r = logDecided(x, kLn2Head);
+namespace {
+
+// log2 x times `scale`, the slow path where the fast one leaves it open.
+float logarithm(float x, double scale, float (*slowPath)(float)) {
+    const FastResult r = logDecided(x, scale);
     if (r.decided) return r.value;
     if (!isPositiveFinite(std::bit_cast<uint32_t>(x))) return logSpecialCase(x);
-    return logSlowPath(x);
+    return slowPath(x);
 }
 
-float crLog10f(float x) {
-    const FastResult r = logDecided(x, kLog10Of2);
-    if (r.decided) return r.value;
-    if (!isPositiveFinite(std::bit_cast<uint32_t>(x))) return logSpecialCase(x);
-    return log10SlowPath(x);
-}
+}  // namespace
+
+float crLogf(float x) { return logarithm(x, kLn2Head, logSlowPath); }
+
+float crLog10f(float x) { return logarithm(x, kLog10Of2, log10SlowPath); }
 
 }  // namespace hdrtm

@@ -178,6 +178,10 @@ float powSlowPath(float x, float y);
 // float nearest every value within `bound` of it: false when a rounding
 // boundary lies within the bound.
 bool roundDoubleDouble(DoubleDouble value, double bound, float* nearest);
+// The same float, for a slow path: an argument whose value the test still
+// cannot decide would lie within the bound of a rounding boundary; the
+// exhaustive check finds none, and it gets the float nearest the value.
+float nearestFloat(DoubleDouble value, double bound);
 // ln x, x positive and finite, within 2^-102 of it (double-double).
 DoubleDouble logDoubleDouble(float x);
 

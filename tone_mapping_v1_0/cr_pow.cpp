@@ -51,13 +51,17 @@ IntegerKind integerKind(float y) {
     return ((significand >> fractionBits) & 1u) != 0 ? IntegerKind::kOdd : IntegerKind::kEven;
 }
 
-// The float nearest 2^n (n an integer, any size): 2^-150 is halfway to 0
-// and goes to 0, the even neighbour.
-float powerOfTwo(double n) {
+// 2^n as a double, from its exponent bits: n an integer in [-1022, 1023].
+double twoToThe(int64_t n) { return std::bit_cast<double>(static_cast<uint64_t>(n + 1023) << 52); }
+
+// The float nearest value * 2^n, rounded once (value an integer below 2^26,
+// n an integer of any size): beyond 2^200 every such value overflows and
+// below 2^-200 every one rounds to 0; 2^-150 is halfway to 0 and goes to 0,
+// the even neighbour.
+float scaledToFloat(double value, double n) {
     if (n > 200.0) return kInfinity;
     if (n < -200.0) return 0.0f;
-    const int64_t exponent = static_cast<int64_t>(n);
-    return static_cast<float>(std::bit_cast<double>(static_cast<uint64_t>(exponent + 1023) << 52));
+    return static_cast<float>(value * twoToThe(static_cast<int64_t>(n)));
 }
 
 // x^y when it has at most 25 significant bits, so that it is a float or a
@@ -81,7 +85,7 @@ bool exactPower(float x, float y, float* result) {
         if (absoluteValue(n) < 0x1p52 && n != static_cast<double>(static_cast<int64_t>(n))) {
             return false;
         }
-        *result = powerOfTwo(n);
+        *result = scaledToFloat(1.0, n);
         return true;
     }
     // y = n / 2^k, n odd, 0 < y; n <= 15 and k <= 3.
@@ -111,15 +115,7 @@ bool exactPower(float x, float y, float* result) {
         power *= q;
         if (power > kMidpointBits) return false;
     }
-    const int64_t scale = static_cast<int64_t>(exponent / (1 << k)) * n;
-    if (scale > 200) {
-        *result = kInfinity;
-    } else if (scale < -200) {
-        *result = 0.0f;
-    } else {
-        const double twoToScale = std::bit_cast<double>(static_cast<uint64_t>(scale + 1023) << 52);
-        *result = static_cast<float>(static_cast<double>(power) * twoToScale);
-    }
+    *result = scaledToFloat(static_cast<double>(power), static_cast<double>(exponent / (1 << k)) * n);
     return true;
 }
 
@@ -152,8 +148,7 @@ DoubleDouble expDoubleDouble(DoubleDouble t) {
     const int64_t kInteger = static_cast<int64_t>(k);
     const int64_t j = kInteger & ((1 << kExpTableBits) - 1);
     const DoubleDouble value = multiply(expR, DoubleDouble{kExpTableHead[j], kExpTableTail[j]});
-    const double scale =
-        std::bit_cast<double>(static_cast<uint64_t>((kInteger >> kExpTableBits) + 1023) << 52);
+    const double scale = twoToThe(kInteger >> kExpTableBits);
     return {value.head * scale, value.tail * scale};
 }
 
@@ -172,7 +167,9 @@ float powMagnitude(float x, float y) {
     return exp2Undecided(static_cast<double>(y) * log2Fast(reduceLogArgument(x)), x, y);
 }
 
-float powSpecialCase(float x, float y) {
+// Everything the fast path leaves open: the special values, signs,
+// subnormals, results out of range and the slow path.
+float powOpen(float x, float y) {
     const uint32_t xBits = std::bit_cast<uint32_t>(x);
     const uint32_t yMagnitude = std::bit_cast<uint32_t>(y) & kFloatMagnitudeMask;
     if (yMagnitude == 0) return 1.0f;
@@ -200,9 +197,6 @@ float powSpecialCase(float x, float y) {
 
 }  // namespace
 
-// An argument whose double-double value the test still cannot decide would
-// be one within 2^-90 of a rounding boundary that is not a float midpoint;
-// such an argument would get the float nearest that value.
 float powSlowPath(float x, float y) {
     float exact;
     if (exactPower(x, y, &exact)) return exact;
@@ -210,18 +204,12 @@ float powSlowPath(float x, float y) {
     if (t.head > kExpOverflow) return kInfinity;
     if (t.head < kExpUnderflow) return 0.0f;
     const DoubleDouble value = expDoubleDouble(t);
-    float nearest;
-    roundDoubleDouble(value, value.head * powSlowRelativeError(t.head), &nearest);
-    return nearest;
+    return nearestFloat(value, value.head * powSlowRelativeError(t.head));
 }
 
 float crPowf(float x, float y) {
     const FastResult r = powDecided(x, y);
-    if (r.decided) return r.value;
-    if (inFastDomain(x) && isFiniteNonZero(y)) {
-        return exp2Undecided(static_cast<double>(y) * log2Fast(reduceLogArgument(x)), x, y);
-    }
-    return powSpecialCase(x, y);
+    return r.decided ? r.value : powOpen(x, y);
 }
 
 float crExp10f(float y) {

@@ -102,11 +102,6 @@ void encodePlanes(float** planes, unsigned int count, unsigned int planeCount,
     }
 }
 
-// A pure power of every sample, in place.
-void powerSamples(float* samples, unsigned int count, float exponent) {
-    powPlane(samples, count, exponent);
-}
-
 // An encoding with a linear segment up to and including `linearLimit` and a
 // power segment gain x L^exponent + offset above it (NaN too).
 struct SegmentedPower {
@@ -300,14 +295,14 @@ void sRGB_inverse_tf(float** planes, unsigned int count, unsigned short inMax,
 void gamma2p2_forward_tf(float** planes, unsigned int count, unsigned short planeCount,
                          unsigned short inScale, unsigned short outScale) {
     encodePlanes(planes, count, planeCount, inScale, outScale, [](float* p, unsigned int n) {
-        powerSamples(p, n, kGamma2p2EncodeExponent);
+        powPlane(p, n, kGamma2p2EncodeExponent);
     });
 }
 
 void gamma2p2_inverse_tf(float** planes, unsigned int count, unsigned short planeCount,
                          unsigned short inScale, unsigned short outScale) {
     encodePlanes(planes, count, planeCount, inScale, outScale, [](float* p, unsigned int n) {
-        powerSamples(p, n, kGamma2p2DecodeExponent);
+        powPlane(p, n, kGamma2p2DecodeExponent);
     });
 }
 
@@ -317,7 +312,7 @@ void gamma_custom_forward_tf(float gamma, float** planes, unsigned int count,
     // gamma 0 is not guarded: the infinite exponent maps (0, 1) to 0 and 1 to 1.
     const float exponent = 1.0f / gamma;
     encodePlanes(planes, count, planeCount, inScale, outScale,
-                 [exponent](float* p, unsigned int n) { powerSamples(p, n, exponent); });
+                 [exponent](float* p, unsigned int n) { powPlane(p, n, exponent); });
 }
 
 float Clipping(float value, float lower, float upper) {
