@@ -58,9 +58,13 @@ protected:
     // returns how many rows were reported done.
     static int apply(const std::string& name, const Lut3d& lut, Beside beside, const std::string& output) {
         PngReader image((dir_ / name).string());
+        const CubeTable table = toCubeTable(lut);
+        ApplySetup setup;
+        setup.input = Signal::kPq;
+        setup.lut = &table;
+        setup.beside = beside;
         int rows = 0;
-        writeFileAtomically(output, applyToImage(image, Signal::kPq, toCubeTable(lut), beside, nullptr,
-                                                 [&rows](int done) { rows = done; }));
+        writeFileAtomically(output, applyToImage(image, setup, [&rows](int done) { rows = done; }));
         return rows;
     }
 

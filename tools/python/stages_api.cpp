@@ -102,6 +102,15 @@ py::array_t<float> arrayOf(const Values& v) {
     return out;
 }
 
+// `plane(values, count)`, one of the library's maths over a plane, over a
+// float32 array of any shape.
+template <typename Plane>
+py::array_t<float> overValues(const py::object& x, Plane plane) {
+    Values v = valuesOf(x, "x");
+    plane(v.data.data(), static_cast<uint32_t>(v.data.size()));
+    return arrayOf(v);
+}
+
 // The record the stage functions are given, as the entry prepares its
 // working copy: the tuning's fields with a version 2.0 tuning's control
 // points converted (CalCurveLUT), the per-call fields as the entry sets them
@@ -491,16 +500,13 @@ output codes 0..2^bits - 1, not rounded (the entry truncates them).)";
     m.def(
         "powf",
         [](const py::object& x, const py::object& y) {
-            Values v = valuesOf(x, "x");
             if (py::isinstance<py::float_>(y) || py::isinstance<py::int_>(y)) {
-                powPlane(v.data.data(), static_cast<uint32_t>(v.data.size()), y.cast<float>());
-                return arrayOf(v);
+                const float exponent = y.cast<float>();
+                return overValues(x, [exponent](float* v, uint32_t n) { powPlane(v, n, exponent); });
             }
+            Values v = valuesOf(x, "x");
             const Values e = valuesOf(y, "y");
-            if (e.shape != v.shape) {
-                throw py::value_error("y must be a number or a float32 array of x's shape " +
-                                      py::repr(py::cast(v.shape)).cast<std::string>());
-            }
+            if (e.shape != v.shape) throw py::value_error("y must be a number or a float32 array of x's shape");
             powPlanePerSample(v.data.data(), e.data.data(), static_cast<uint32_t>(v.data.size()));
             return arrayOf(v);
         },
@@ -509,20 +515,11 @@ output codes 0..2^bits - 1, not rounded (the entry truncates them).)";
         "of any shape: correctly rounded (the float nearest the exact value), the same on every build and C "
         "library.");
     m.def(
-        "logf",
-        [](const py::object& x) {
-            Values v = valuesOf(x, "x");
-            logPlane(v.data.data(), static_cast<uint32_t>(v.data.size()));
-            return arrayOf(v);
-        },
+        "logf", [](const py::object& x) { return overValues(x, [](float* v, uint32_t n) { logPlane(v, n); }); },
         py::arg("x"), "The natural logarithm as the library computes it, float32 of any shape, correctly rounded.");
     m.def(
         "log10f",
-        [](const py::object& x) {
-            Values v = valuesOf(x, "x");
-            log10Plane(v.data.data(), static_cast<uint32_t>(v.data.size()));
-            return arrayOf(v);
-        },
+        [](const py::object& x) { return overValues(x, [](float* v, uint32_t n) { log10Plane(v, n); }); },
         py::arg("x"), "The base-10 logarithm as the library computes it, float32 of any shape, correctly rounded.");
 
     m.def("delta_e_itp", &deltaE, py::arg("a"), py::arg("b"),

@@ -225,14 +225,4 @@ std::string applyToImage(PngReader& image, const ApplySetup& setup, const std::f
     return writer.finish();
 }
 
-std::string applyToImage(PngReader& image, Signal input, const CubeTable& lut, Beside beside,
-                         const CubeTable* second, const std::function<void(int rowsDone)>& rowsDone) {
-    ApplySetup setup;
-    setup.input = input;
-    setup.lut = &lut;
-    setup.beside = beside;
-    setup.second = second;
-    return applyToImage(image, setup, rowsDone);
-}
-
 }  // namespace hdrtm::tool

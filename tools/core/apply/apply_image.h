@@ -75,8 +75,4 @@ PngTags appliedImageTags(const ApplySetup& setup, std::string* description);
 // std::runtime_error when a row cannot be read or encoded.
 std::string applyToImage(PngReader& image, const ApplySetup& setup, const std::function<void(int rowsDone)>& rowsDone);
 
-// The older form: no captions, full-range samples.
-std::string applyToImage(PngReader& image, Signal input, const CubeTable& lut, Beside beside,
-                         const CubeTable* second, const std::function<void(int rowsDone)>& rowsDone);
-
 }  // namespace hdrtm::tool

@@ -77,8 +77,4 @@ std::string codesText(const std::string& path, const std::vector<ProducedLut>& l
     return csv ? text.str() : json.dump() + "\n";
 }
 
-void writeCodes(const std::string& path, const std::vector<ProducedLut>& luts) {
-    writeFileAtomically(path, codesText(path, luts, {}));
-}
-
 }  // namespace hdrtm::tool

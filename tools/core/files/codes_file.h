@@ -25,7 +25,4 @@ struct CodesRecord {
 // extension.
 std::string codesText(const std::string& path, const std::vector<ProducedLut>& luts, const CodesRecord& record);
 
-// Writes codesText without a record to `path`, whole or not at all.
-void writeCodes(const std::string& path, const std::vector<ProducedLut>& luts);
-
 }  // namespace hdrtm::tool
