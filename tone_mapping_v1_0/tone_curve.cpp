@@ -21,8 +21,6 @@ constexpr float kControlPointPqScale = floatFromBits(0x461C3FFF);
 constexpr float kControlPointLogOffset = 0.0005f;
 // Largest 10-bit panel code.
 constexpr float kPanelCodeMax = 1023.0f;
-// Floor of the panel black level in relative light: 0.0005 nits.
-constexpr float kMinLuminanceFloor = floatFromBits(0x3356BF96);
 // Placeholder log luminance of a point that is not positive.
 constexpr float kNotMapped = std::numeric_limits<float>::quiet_NaN();
 
@@ -366,38 +364,11 @@ void yTM(TMParams* params, float* lumaIn, float* lumaOut) {
     const bool useTable = params->version == kToneCurveTableVersion;
     toneMapperLUT* table = &params->curve;
 
-    const float lMin = maxOf(params->panel_min_luminance / kNitsPerUnit, kMinLuminanceFloor);
-    const float yMin = crLog10f(lMin * kNitsPerUnit);
+    const float lMin = panelBlackLevel(*params);
     const float lMax = panelMaxNits / kNitsPerUnit;
-    const float yMax = crLog10f(panelMaxNits);
-
-    const float xMin = crLog10f(params->t0);
-    const float yToe = crLog10f(params->intl);
-    const float yShoulder = crLog10f(params->inth);
-    const float slope = params->slope;
-    // The straight segment maps the pivot to itself unless LinearBoost, as a
-    // gain floor, is larger.
-    const float pivotIntercept = crLog10f(params->pivot) * (1.0f - slope);
-    const float intercept = maxOf(crLog10f(params->LinearBoost), pivotIntercept);
-    // Shoulder: enableM 0 fixes xMax at the clipping luminance and the curve
-    // derives k. Any other value sets k = sharp and derives xMax here, as the
-    // curve's given-exponent mode does; the curve is handed both with enableM
-    // as its mode, so 1 re-derives the same xMax and any other value takes
-    // this xMax as given and derives k back from it (close to, not always
-    // bit-identical with, enableM 1). The clipping luminance reaches the curve
-    // only with enableM 0.
-    const unsigned char mode = params->enableM;
-    float k = 0.0f;
-    float xMax = 0.0f;
-    if (mode == 0) {
-        xMax = crLog10f(params->clipLuma);
-    } else {
-        k = params->sharp;
-        const float xShoulder = (yShoulder - intercept) / slope;
-        xMax = xShoulder + (yMax - yShoulder) / (slope / k);
-    }
-    const LogCurve curve =
-        makeLogCurve(yMin, yMax, k, xMax, mode, xMin, yToe, yShoulder, intercept, slope);
+    const ToneCurveArguments a = toneCurveArguments(*params);
+    const LogCurve curve = makeLogCurve(a.yMin, a.yMax, a.k, a.xMax, a.mode, a.xMin, a.yToe, a.yShoulder,
+                                        a.intercept, a.slope);
 
     const float lo = params->tlower / kNitsPerUnit;
     const float hi = params->tupper / kNitsPerUnit;

@@ -24,7 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kCurveFile = "tone_curve.svg";
-constexpr const char* kLoadFailed = "TMParam loading fails!";  // the library's log line
 
 std::string twoDigits(int n) {
     char buffer[16];
@@ -73,7 +72,7 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
     if (options.verbose) {
         for (const std::string& line : log) std::cerr << "  LIBHDR_TM: " << line << "\n";
     }
-    if (!tuningPath.empty() && std::find(log.begin(), log.end(), kLoadFailed) != log.end()) {
+    if (!tuningPath.empty() && libraryLoadFailed()) {
         throw CommandError("the library failed to load the tuning file " + tuningPath);
     }
     const std::string tuningLabel = tuningPath.empty() ? "built-in defaults" : tuningPath;

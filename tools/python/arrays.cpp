@@ -53,6 +53,10 @@ py::array_t<float> arrayOf(const ColourPlanes& p) {
     return out;
 }
 
+std::string pathText(const py::object& path) {
+    return py::str(py::module_::import("os").attr("fspath")(path)).cast<std::string>();
+}
+
 long long integerArgument(const py::object& value, const char* argument, long long low, long long high) {
     const std::string range = std::to_string(low) + ".." + std::to_string(high);
     const py::object integer = py::module_::import("numbers").attr("Integral");

@@ -62,6 +62,8 @@ py::array_t<float> arrayOf(const ColourPlanes& p);
 // `value` as an integer within [low, high]; TypeError or ValueError naming
 // `argument` and the range.
 long long integerArgument(const py::object& value, const char* argument, long long low, long long high);
+// A path argument (str or os.PathLike) as text.
+std::string pathText(const py::object& path);
 // "float32", "list", ...: the type or dtype a caller gave, for messages.
 std::string typeName(const py::handle& value);
 

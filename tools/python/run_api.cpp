@@ -20,9 +20,6 @@ namespace {
 
 using namespace hdrtm::tool;
 
-constexpr const char* kHardwareLabel = "hardware";
-constexpr const char* kLoadFailedLine = "TMParam loading fails!";  // the entry's log when the loader fails
-
 // A LUT with what Python shows of it and what apply and write need.
 struct LutObject {
     ProducedLut produced;
@@ -42,10 +39,6 @@ struct RunOutcome {
     std::string printed;
     std::vector<std::string> problems;
 };
-
-std::string pathText(const py::object& path) {
-    return py::str(py::module_::import("os").attr("fspath")(path)).cast<std::string>();
-}
 
 const char* blendName(uint32_t blend) {
     switch (blend) {
@@ -137,8 +130,7 @@ std::string tuningLabel(const Tuning& t) { return t.path.empty() ? "built-in def
 std::vector<RunResult> runLocked(const Tuning& t, const std::vector<Configuration>& configs) {
     if (!t.path.empty()) requireReadable(t.path, "tuning file");
     std::vector<RunResult> results = runOnTuning(t.path, t.params, configs);
-    const std::vector<std::string>& log = lastLibraryLog();
-    if (std::find(log.begin(), log.end(), kLoadFailedLine) != log.end()) {
+    if (libraryLoadFailed()) {
         throw std::runtime_error("the library failed to load the tuning file " + t.path);
     }
     if (!t.path.empty() && !sameTuningFields(g_params, t.params)) {
@@ -165,7 +157,7 @@ RunOutcome run(const py::object& layers, const py::object& blend, const py::obje
     out.problems = r.problems;
     for (ProducedLut& p : r.luts) {
         LutObject l;
-        l.kind = p.label == kHardwareLabel ? "hardware" : "layer";
+        l.kind = p.label == kHardwareLutLabel ? "hardware" : "layer";
         l.title = lutTitle(out.configuration, p);
         l.levels = referenceLevels(p.lut, config.layers[p.layer].contentPeakNits());
         l.notes = lutNotes(out.configuration, tuningLabel(t), r.rows[p.layer], p, l.levels);

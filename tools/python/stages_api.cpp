@@ -2,13 +2,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "bindings.h"
 #include "colour/color_difference.h"
 #include "cr_maths.h"
 #include "playback/lut_data.h"
 #include "tm_stages.h"
-#include "tuning/tone_curve.h"
+#include "tuning/curve_in_log_nits.h"
 #include "tuning/tuning_record.h"
 
 namespace hdrtm::python {
@@ -22,15 +23,20 @@ constexpr size_t kMaxGridSize = 255;         // grid_size is 8 bits
 constexpr int kMaxCode = 1023;               // grid codes are 10-bit
 constexpr int kMaxOutputBits = 16;
 
+// call(planes, count) under the library's lock, and the planes back as an array.
 template <typename Call>
-py::array_t<float> onPlanes(const py::object& colours, Call call) {
-    ColourPlanes p = planesOf(colours, "colours");
+py::array_t<float> onPlanes(ColourPlanes p, Call call) {
     {
         LibraryCall lock;
         std::array<float*, 3> planes = p.pointers();
         call(planes.data(), static_cast<unsigned int>(p.count()));
     }
     return arrayOf(p);
+}
+
+template <typename Call>
+py::array_t<float> onPlanes(const py::object& colours, Call call) {
+    return onPlanes(planesOf(colours, "colours"), call);
 }
 
 unsigned short scale(const py::object& v, const char* argument) {
@@ -58,12 +64,7 @@ py::array_t<float> tableDecode(const py::object& colours, const py::object& inMa
     ColourPlanes p = planesOf(colours, "colours");
     const unsigned short limit = tableInMax(inMax, p, function);
     const unsigned short out = scale(outScale, "out_scale");
-    {
-        LibraryCall lock;
-        std::array<float*, 3> planes = p.pointers();
-        decode(planes.data(), static_cast<unsigned int>(p.count()), limit, out);
-    }
-    return arrayOf(p);
+    return onPlanes(std::move(p), [&](float** planes, unsigned n) { decode(planes, n, limit, out); });
 }
 
 float floatArgument(const py::object& v, const char* argument) {

@@ -119,10 +119,6 @@ void setField(TMParams& p, const Field& f, const py::object& value) {
     }
 }
 
-std::string pathText(const py::object& path) {
-    return py::str(py::module_::import("os").attr("fspath")(path)).cast<std::string>();
-}
-
 // Warns in Python of each warning the checker found, as hdrtm prints them.
 void warnOf(const std::string& path, const CheckResult& check) {
     for (const Diagnostic& d : check.diagnostics) {

@@ -11,8 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kHardwareLabel = "hardware";
-
 }  // namespace
 
 std::string lutTitle(const std::string& configuration, const ProducedLut& p) {
@@ -35,7 +33,7 @@ std::vector<std::string> lutNotes(const std::string& configuration, const std::s
                         " (as the library logged it: a running sum over the call's "
                         "LUTs of the same direction)");
     }
-    if (p.label == kHardwareLabel) {
+    if (p.label == kHardwareLutLabel) {
         notes.push_back("hardware payload: uniform flag " + std::to_string(p.payloadUniform));
     }
     return notes;

@@ -498,7 +498,7 @@ RunResult runConfiguration(const Configuration& config, int repeat, bool version
                 continue;
             }
             const std::vector<uint8_t>& record = pushes.back().record;
-            produced.label = "hardware";
+            produced.label = kHardwareLutLabel;
             produced.lut.bitDepth = kHardwareLutBits;
             std::memcpy(&produced.payloadUniform, record.data() + kRecordUniformOffset, 4);
             for (int k = 0; k < kLutEntries; ++k) {
@@ -576,6 +576,11 @@ std::vector<RunResult> runOnTuning(const std::string& path, const TMParams& para
 }
 
 const std::vector<std::string>& lastLibraryLog() { return gLog; }
+
+bool libraryLoadFailed() {
+    constexpr const char* kLoadFailedLine = "TMParam loading fails!";  // the entry's log line
+    return std::find(gLog.begin(), gLog.end(), kLoadFailedLine) != gLog.end();
+}
 
 void upperRangeFromLog(TMParams* params) {
     for (const std::string& line : gLog) {

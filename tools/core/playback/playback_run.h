@@ -62,9 +62,12 @@ std::vector<Configuration> demoConfigurations();
 const char* blendSpaceName(uint32_t blend);
 bool parseBlendSpace(const std::string& text, uint32_t* out);
 
+// The label of the LUT a hardware row pushes to the panel.
+constexpr const char* kHardwareLutLabel = "hardware";
+
 // One LUT the entry produced.
 struct ProducedLut {
-    std::string label;            // "layer 0" or "hardware"
+    std::string label;            // "layer 0" or kHardwareLutLabel
     int layer = 0;                // the layer whose row produced it
     std::string pipeline;         // the stage function that built it, "lut3d_process"
     Lut3d lut;
@@ -123,6 +126,8 @@ void captureLibraryLog();
 // Log lines the library wrote since the last runConfiguration began, to echo
 // and to check what the library did.
 const std::vector<std::string>& lastLibraryLog();
+// Whether that log says the library's loader failed on its tuning file.
+bool libraryLoadFailed();
 
 // Takes the upper-range knobs the entry used in its last captured call (the
 // clipping luminance, the linear-scale start and ratio) from its log into
