@@ -24,7 +24,6 @@ namespace fs = std::filesystem;
 
 constexpr int kProgressWidth = 40;   // characters of the progress bar
 constexpr const char* kCompareClip = "clip";
-constexpr const char* kDefaults = "defaults";
 constexpr uint8_t kCicpMatrixRgb = 0;   // cICP matrix coefficients of RGB samples
 constexpr uint8_t kCicpNarrowRange = 0;  // cICP video full-range flag: narrow
 constexpr uint8_t kCicpFullRange = 1;
@@ -89,7 +88,7 @@ std::string primariesLabel(uint32_t code) {
 // How a caption names a LUT source: the file's name, or the tuning's with
 // the configuration it ran.
 std::string sourceName(const std::string& source, const Configuration& config) {
-    const std::string name = source == kDefaults ? "built-in defaults" : fs::path(source).filename().string();
+    const std::string name = source == kDefaultsName ? "built-in defaults" : fs::path(source).filename().string();
     return isLutFileName(source) ? name : name + " (" + config.describe() + ")";
 }
 
@@ -103,10 +102,10 @@ CubeTable loadLut(const std::string& source, const Configuration& config, bool f
     }
     bool versionTwo = false;  // the record's version says it too, which runOnTuning reads
     TMParams params = defaultParams();
-    if (source != kDefaults) params = loadTuning(source, force, &versionTwo);
-    const RunResult r = runOnTuning(source == kDefaults ? "" : source, params, {config}).front();
+    if (source != kDefaultsName) params = loadTuning(source, force, &versionTwo);
+    const RunResult r = runOnTuning(source == kDefaultsName ? "" : source, params, {config}).front();
     if (r.luts.empty()) {
-        const std::string named = source == kDefaults ? "the built-in defaults give" : "the tuning " + source + " gives";
+        const std::string named = source == kDefaultsName ? "the built-in defaults give" : "the tuning " + source + " gives";
         const std::string remedy = remedyText(r.remedies.front());
         throw CommandError(named + " no LUT for " + config.describe() +
                            ": the entry took the row \"" + r.rows.front() + "\"" +
@@ -150,7 +149,7 @@ int runApply(const ApplyOptions& options) {
         throw CommandError("--layer, --blend and --hw choose what a tuning runs, and no tuning is given (LUT files "
                            "hold their own LUT): drop them");
     }
-    const auto isTuningFile = [](const std::string& s) { return !s.empty() && s != kDefaults && s != kCompareClip; };
+    const auto isTuningFile = [](const std::string& s) { return !s.empty() && s != kDefaultsName && s != kCompareClip; };
     if (options.force && !(lutIsTuning && isTuningFile(options.lut)) &&
         !(compareIsTuning && isTuningFile(options.compare))) {
         throw CommandError("--force uses a tuning file with errors, and no tuning file is given: drop it");

@@ -23,7 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kDefaultsName = "defaults";  // a side that is the built-in defaults
 constexpr const char* kCurvesFile = "tone_curves.svg";
 constexpr const char* kLutFilesPicture = "delta_e.png";
 constexpr size_t kWorstPrinted = 3;  // nodes named per differing LUT
@@ -193,8 +192,7 @@ int runDiff(const std::string& pathA, const std::string& pathB, const std::vecto
                                   options.maxDeltaE, "", {}, vettedTunings()};
         if (folder != nullptr) {
             context.outputDir = folder->dir();
-            for (const std::string& name : folder->names()) context.files.push_back(folder->pathOf(name));
-            context.files.push_back(folder->pathOf(kManifestName));
+            context.files = folder->paths();
         }
         std::cout << differenceJson(f, context) << "\n";
     } else {

@@ -206,8 +206,7 @@ nlohmann::json toJson(const std::vector<ConfigSummary>& all, const RunFolder& fo
     out["tuning_diagnostics"] = vettedDiagnosticsJson();
     out["codes"] = pathJson(codesPath);
     out["files"] = nlohmann::json::array();
-    for (const std::string& name : folder.names()) out["files"].push_back(inFolder(name));
-    out["files"].push_back(inFolder(kManifestName));
+    for (const std::string& path : folder.paths()) out["files"].push_back(pathJson(path));
     out["configurations"] = nlohmann::json::array();
     for (const ConfigSummary& s : all) {
         nlohmann::json c;

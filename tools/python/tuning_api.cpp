@@ -164,7 +164,7 @@ Tuning fromFile(const py::object& pathObject, bool force) {
 Tuning defaults() {
     Tuning t;
     t.params = defaultParams();
-    t.label = "defaults";
+    t.label = kDefaultsName;
     return t;
 }
 

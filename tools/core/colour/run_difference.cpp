@@ -5,12 +5,12 @@
 #include <nlohmann/json.hpp>
 
 #include "files/summary_json.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {
 
 constexpr size_t kWorstInJson = 10;  // nodes named per differing LUT
-constexpr const char* kDefaultsName = "defaults";  // a side that is the built-in defaults
 
 nlohmann::json sideJson(const std::string& path) {
     return path.empty() ? nlohmann::json(kDefaultsName) : pathJson(path);

@@ -248,6 +248,13 @@ void RunFolder::removeCreatedFolders() {
 
 std::string RunFolder::pathOf(const std::string& name) const { return (fs::path(dir_) / name).string(); }
 
+std::vector<std::string> RunFolder::paths() const {
+    std::vector<std::string> all;
+    for (const std::string& name : names_) all.push_back(pathOf(name));
+    all.push_back(pathOf(kManifestName));
+    return all;
+}
+
 void RunFolder::write(const std::string& name, const std::string& bytes) {
     files_.stage(pathOf(name), bytes);
     names_.push_back(name);

@@ -80,6 +80,8 @@ public:
     void commit();
     // The names written so far, in order.
     const std::vector<std::string>& names() const { return names_; }
+    // The path of every file commit() writes, the manifest last.
+    std::vector<std::string> paths() const;
 
 private:
     void removeCreatedFolders();

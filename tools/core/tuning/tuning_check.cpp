@@ -220,16 +220,20 @@ private:
         }
     }
 
-    // Every element path the format knows, "group/child" below the root.
-    static std::vector<std::string> knownPaths() {
-        std::vector<std::string> paths;
-        for (const FormatElement& e : kFormat) paths.push_back(e.path);
-        for (const char* row : kPccRows) {
-            paths.push_back(std::string("panel_pcc/") + row);
-            for (const PccTermInfo& t : kPccTerms) paths.push_back(std::string("panel_pcc/") + row + "/" + t.name);
-        }
-        paths.push_back(kTableGroup);
-        for (const char* point : kTablePoints) paths.push_back(std::string(kTableGroup) + "/" + point);
+    // Every element path the format knows, "group/child" below the root;
+    // listed once.
+    static const std::vector<std::string>& knownPaths() {
+        static const std::vector<std::string> paths = [] {
+            std::vector<std::string> all;
+            for (const FormatElement& e : kFormat) all.push_back(e.path);
+            for (const char* row : kPccRows) {
+                all.push_back(std::string("panel_pcc/") + row);
+                for (const PccTermInfo& t : kPccTerms) all.push_back(std::string("panel_pcc/") + row + "/" + t.name);
+            }
+            all.push_back(kTableGroup);
+            for (const char* point : kTablePoints) all.push_back(std::string(kTableGroup) + "/" + point);
+            return all;
+        }();
         return paths;
     }
 

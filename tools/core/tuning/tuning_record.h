@@ -13,6 +13,10 @@ namespace hdrtm::tool {
 // and, for the hardware LUT, the non-uniform grid.
 constexpr uint32_t kTableCurveVersion = 1;
 
+// What the tools take, and name in their output, in place of a tuning file
+// for the built-in defaults.
+constexpr const char* kDefaultsName = "defaults";
+
 // The built-in defaults as the library sets them.
 TMParams defaultParams();
 
