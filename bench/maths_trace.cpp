@@ -50,33 +50,28 @@ void Trace::append(const Trace& other) { calls.insert(calls.end(), other.calls.b
 void startRecording(Trace* trace) { gRecording = trace; }
 void stopRecording() { gRecording = nullptr; }
 
+// f(i) for each wanted sample i of a call, into `out`; returns the end.
+template <typename F>
+float* eachWanted(const MathsCall& c, float* out, F f) {
+    const bool all = c.wanted.empty();
+    for (size_t i = 0; i < c.values.size(); ++i) {
+        if (all || c.wanted[i] != 0) *out++ = f(i);
+    }
+    return out;
+}
+
 void replayThroughCLibrary(const Trace& trace, std::vector<float>& sink) {
     sink.resize(trace.samples());
     float* out = sink.data();
     for (const MathsCall& c : trace.calls) {
-        const size_t n = c.values.size();
-        const bool all = c.wanted.empty();
+        const float* x = c.values.data();
         switch (c.function) {
             case Function::kPow:
-                for (size_t i = 0; i < n; ++i) {
-                    if (all || c.wanted[i] != 0) *out++ = powf(c.values[i], c.exponents[i]);
-                }
+                out = eachWanted(c, out, [&](size_t i) { return powf(x[i], c.exponents[i]); });
                 break;
-            case Function::kExp10:
-                for (size_t i = 0; i < n; ++i) {
-                    if (all || c.wanted[i] != 0) *out++ = powf(10.0f, c.values[i]);
-                }
-                break;
-            case Function::kLog:
-                for (size_t i = 0; i < n; ++i) {
-                    if (all || c.wanted[i] != 0) *out++ = logf(c.values[i]);
-                }
-                break;
-            case Function::kLog10:
-                for (size_t i = 0; i < n; ++i) {
-                    if (all || c.wanted[i] != 0) *out++ = log10f(c.values[i]);
-                }
-                break;
+            case Function::kExp10: out = eachWanted(c, out, [&](size_t i) { return powf(10.0f, x[i]); }); break;
+            case Function::kLog: out = eachWanted(c, out, [&](size_t i) { return logf(x[i]); }); break;
+            case Function::kLog10: out = eachWanted(c, out, [&](size_t i) { return log10f(x[i]); }); break;
         }
     }
 }
