@@ -88,7 +88,7 @@ std::string primariesLabel(uint32_t code) {
 // How a caption names a LUT source: the file's name, or the tuning's with
 // the configuration it ran.
 std::string sourceName(const std::string& source, const Configuration& config) {
-    const std::string name = source == kDefaultsName ? "built-in defaults" : fs::path(source).filename().string();
+    const std::string name = source == kDefaultsName ? kDefaultsLabel : fs::path(source).filename().string();
     return isLutFileName(source) ? name : name + " (" + config.describe() + ")";
 }
 

@@ -63,7 +63,7 @@ int runCurve(const std::string& tuningPath, const std::string& outputPath, const
         }
     }
     TMParams params = defaultParams();
-    std::string title = "Tone curve: built-in defaults";
+    std::string title = std::string("Tone curve: ") + kDefaultsLabel;
     bool versionTwo = false;
     if (!tuningPath.empty()) {
         params = loadTuning(tuningPath, force, &versionTwo);

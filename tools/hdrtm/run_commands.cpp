@@ -75,7 +75,7 @@ ConfigSummary runAndWrite(int index, const Configuration& config, const RunOptio
     if (!tuningPath.empty() && libraryLoadFailed()) {
         throw CommandError("the library failed to load the tuning file " + tuningPath);
     }
-    const std::string tuningLabel = tuningPath.empty() ? "built-in defaults" : tuningPath;
+    const std::string tuningLabel = tuningPath.empty() ? kDefaultsLabel : tuningPath;
     const std::string stem = twoDigits(index) + "_" + config.slug();
     const bool clf = options.format == "clf";
     for (const ProducedLut& p : summary.result.luts) {
@@ -374,7 +374,7 @@ int runAll(const std::vector<Configuration>& configs, const RunOptions& options,
     // last call.
     TMParams plotted = curveParams;
     upperRangeFromLog(&plotted);
-    const std::string tuningLabel = tuningPath.empty() ? "built-in defaults" : tuningPath;
+    const std::string tuningLabel = tuningPath.empty() ? kDefaultsLabel : tuningPath;
     folder.write(kCurveFile, curvePlotBytes(sampleToneCurve(plotted, "Tone curve: " + tuningLabel), kCurveFile));
     StagedFiles codes;
     if (!options.codesPath.empty()) {

@@ -14,6 +14,7 @@
 #include "files/readable_file.h"
 #include "hdr_playback.h"
 #include "playback/playback_run.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::python {
 namespace {
@@ -123,7 +124,7 @@ Tuning fileTuning(const py::object& tuning, const char* function) {
     return t;
 }
 
-std::string tuningLabel(const Tuning& t) { return t.path.empty() ? "built-in defaults" : t.label; }
+std::string tuningLabel(const Tuning& t) { return t.path.empty() ? kDefaultsLabel : t.label; }
 
 // Runs `configs` on `t`, with the library's lock held; the tuning file must
 // still hold what it held when it was loaded.

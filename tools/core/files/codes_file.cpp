@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "files/output_files.h"
+#include "tuning/tuning_record.h"
 
 namespace hdrtm::tool {
 namespace {
@@ -39,7 +40,7 @@ std::string codesText(const std::string& path, const std::vector<ProducedLut>& l
         return i < record.configurations.size() ? record.configurations[i] : std::string();
     };
     if (csv) {
-        text << "# hdrtm codes; tuning: " << (record.tuning.empty() ? "built-in defaults" : record.tuning) << "\n";
+        text << "# hdrtm codes; tuning: " << (record.tuning.empty() ? kDefaultsLabel : record.tuning) << "\n";
         for (size_t i = 0; i < luts.size(); ++i) {
             text << "# " << luts[i].label << ": "
                  << (configurationOf(i).empty() ? "" : "configuration " + configurationOf(i) + "; ") << "checksum "

@@ -16,6 +16,8 @@ constexpr uint32_t kTableCurveVersion = 1;
 // What the tools take, and name in their output, in place of a tuning file
 // for the built-in defaults.
 constexpr const char* kDefaultsName = "defaults";
+// How LUT files, codes files, captions and titles name the built-in defaults.
+constexpr const char* kDefaultsLabel = "built-in defaults";
 
 // The built-in defaults as the library sets them.
 TMParams defaultParams();
