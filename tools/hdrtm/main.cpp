@@ -13,6 +13,7 @@
 #include "commands.h"
 #include "drawing/raster.h"
 #include "files/output_files.h"
+#include "hdr_playback.h"
 #include "messages.h"
 #include "number_text.h"
 #include "tuning/near_names.h"
@@ -22,7 +23,6 @@ namespace {
 using namespace hdrtm::tool;
 
 constexpr int kMaxRepeat = 1000;
-constexpr size_t kMaxLayers = 4;  // the entry's layer records
 constexpr double kMinNits = 1.0;  // --peak and --content-peak
 constexpr double kMaxNits = 10000.0;
 constexpr double kUnbounded = std::numeric_limits<double>::infinity();
@@ -120,9 +120,9 @@ void refuseUnless(bool useful, const std::string& why) {
 Configuration parseConfiguration(const std::vector<std::string>& layerTexts, const std::string& blendText,
                                  bool hardware) {
     Configuration config;
-    if (layerTexts.size() > kMaxLayers) {
-        throw CommandError("at most 4 --layer options (the entry's layer records), not " +
-                           std::to_string(layerTexts.size()));
+    if (layerTexts.size() > static_cast<size_t>(kMaxLayers)) {
+        throw CommandError("at most " + std::to_string(kMaxLayers) +
+                           " --layer options (the entry's layer records), not " + std::to_string(layerTexts.size()));
     }
     for (const std::string& text : layerTexts) {
         LayerConfig layer;
